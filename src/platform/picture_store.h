@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QPixmap>
+#include <QString>
+
+// The picture store "IM": never shown, created on first use, alive until the program ends.
+// Holds the piece pictures (N, O, X, O2, X2), the button faces (T1..T4), the two turn
+// pictures (GIL1, GIL2) and the other decorations, all compiled into the program.
+class PictureStore
+{
+public:
+    // The picture of that name; a null pixmap for a name the store does not hold.
+    static QPixmap picture(const QString &name);
+    static bool has(const QString &name);
+};
