@@ -1,0 +1,142 @@
+#include "match/wire_message.h"
+#include "match/wire_receiver.h"
+
+#include <QTest>
+
+// Effects written compactly so that a table row reads like the behaviour it pins down.
+static QString describe(const QList<WireEffect> &effects)
+{
+    QStringList parts;
+    for (const WireEffect &e : effects) {
+        switch (e.kind) {
+        case WireEffect::Kind::OpponentTotal: parts << "total[" + e.text + "]"; break;
+        case WireEffect::Kind::ReplyScore: parts << "reply"; break;
+        case WireEffect::Kind::SendScore: parts << "send-score"; break;
+        case WireEffect::Kind::Restart: parts << "restart"; break;
+        case WireEffect::Kind::Chat: parts << "chat[" + e.text + "]"; break;
+        case WireEffect::Kind::LogChat: parts << "log[" + e.text + "]"; break;
+        case WireEffect::Kind::OpponentName: parts << "name[" + e.text + "]"; break;
+        case WireEffect::Kind::Move: parts << "move[" + e.text + "]"; break;
+        }
+    }
+    return parts.join(' ');
+}
+
+class TestWire : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void builds_data();
+    void builds();
+    void receives_data();
+    void receives();
+    void codePage_data();
+    void codePage();
+    void undefinedBytesDecodeWithoutLoss();
+};
+
+void TestWire::builds_data()
+{
+    QTest::addColumn<QString>("built");
+    QTest::addColumn<QString>("wire");
+
+    QTest::newRow("host name") << WireMessage::hostName("Ani") << "OAni";
+    QTest::newRow("joiner name") << WireMessage::joinerName("Bob") << "XBob";
+    QTest::newRow("empty joiner name equals restart") << WireMessage::joinerName("") << "X";
+    QTest::newRow("score") << WireMessage::score("12") << "$12";
+    QTest::newRow("negative score") << WireMessage::score("-3") << "$-3";
+    QTest::newRow("restart") << WireMessage::restart() << "X";
+    QTest::newRow("move") << WireMessage::move("B2") << "B2";
+    QTest::newRow("chat keeps the space") << WireMessage::chat("hi") << "msg: hi";
+    QTest::newRow("chat of spaces") << WireMessage::chat("  ") << "msg:   ";
+}
+
+void TestWire::builds()
+{
+    QFETCH(QString, built);
+    QFETCH(QString, wire);
+    QCOMPARE(built, wire);
+}
+
+void TestWire::receives_data()
+{
+    QTest::addColumn<MatchSide>("side");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("effects");
+
+    const auto host = MatchSide::Host;
+    const auto join = MatchSide::Join;
+
+    QTest::newRow("host: score") << host << "$7" << "total[7] reply";
+    QTest::newRow("join: score is not answered") << join << "$7" << "total[7]";
+    QTest::newRow("host: $ alone") << host << "$" << "total[] reply";
+    QTest::newRow("join: $ alone") << join << "$" << "total[]";
+    QTest::newRow("host: joiner name") << host << "XBob" << "name[Bob]";
+    QTest::newRow("join: X-name is no restart") << join << "XBob" << "";
+    QTest::newRow("host: X alone is an empty name") << host << "X" << "name[]";
+    QTest::newRow("join: X alone restarts") << join << "X" << "send-score restart";
+    QTest::newRow("join: host name") << join << "OAni" << "name[Ani]";
+    QTest::newRow("host: O-name ignored") << host << "OAni" << "";
+    QTest::newRow("join: host name starting with msg") << join << "Omsg bot" << "name[msg bot]";
+    QTest::newRow("host: joiner name starting with msg") << host << "Xmsg" << "name[msg]";
+    QTest::newRow("host: chat is logged") << host << "msg: hi" << "chat[ hi] log[ hi]";
+    QTest::newRow("join: chat is not logged") << join << "msg: hi" << "chat[ hi]";
+    QTest::newRow("host: msg alone skipped") << host << "msg" << "";
+    QTest::newRow("join: msg alone skipped") << join << "msg" << "";
+    QTest::newRow("host: ms is nothing") << host << "ms" << "";
+    QTest::newRow("host: msg with empty text") << host << "msg:" << "chat[] log[]";
+    QTest::newRow("join: msgX takes four off") << join << "msgXabc" << "chat[abc]";
+    QTest::newRow("host: move") << host << "A1" << "move[A1]";
+    QTest::newRow("join: move") << join << "C3" << "move[C3]";
+    QTest::newRow("host: last cell") << host << "C3" << "move[C3]";
+    QTest::newRow("lower-case cell is no move") << host << "b2" << "";
+    QTest::newRow("cell with a tail is no move") << join << "B2 " << "";
+    QTest::newRow("unknown row letter") << join << "D1" << "";
+    QTest::newRow("empty message") << host << "" << "";
+    QTest::newRow("host: score glued to name") << host << "$3XBob" << "total[3XBob] reply";
+    QTest::newRow("join: name glued to score") << join << "OAni$5" << "name[Ani$5]";
+    QTest::newRow("join: two moves glued") << join << "A1B2" << "";
+    QTest::newRow("host: restart glued to score") << host << "X$0" << "name[$0]";
+}
+
+void TestWire::receives()
+{
+    QFETCH(MatchSide, side);
+    QFETCH(QString, message);
+    QFETCH(QString, effects);
+    QCOMPARE(describe(WireReceiver::effects(side, message)), effects);
+}
+
+void TestWire::codePage_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("bytes");
+
+    QTest::newRow("ascii") << "msg: hi" << QByteArray("msg: hi");
+    QTest::newRow("latin letters") << QString::fromUtf8("OJos\u00e9") << QByteArray("OJos\xe9");
+    QTest::newRow("euro sign") << QString::fromUtf8("msg: \u20ac5") << QByteArray("msg: \x80" "5");
+    QTest::newRow("curly quote") << QString::fromUtf8("X\u2019") << QByteArray("X\x92");
+}
+
+void TestWire::codePage()
+{
+    QFETCH(QString, text);
+    QFETCH(QByteArray, bytes);
+    QCOMPARE(WireMessage::encode(text), bytes);
+    QCOMPARE(WireMessage::decode(bytes), text);
+}
+
+void TestWire::undefinedBytesDecodeWithoutLoss()
+{
+    // 0x81, 0x8D, 0x8F, 0x90 and 0x9D have no character in the code page; a hostile peer
+    // may send them, and each must still come out as exactly one character.
+    const QByteArray bytes("X\x81\x8d\x8f\x90\x9d", 6);
+    const QString text = WireMessage::decode(bytes);
+    QCOMPARE(text.size(), 6);
+    QCOMPARE(text.left(1), QStringLiteral("X"));
+    QCOMPARE(describe(WireReceiver::effects(MatchSide::Host, text)).left(5), QStringLiteral("name["));
+}
+
+QTEST_GUILESS_MAIN(TestWire)
+#include "tst_wire.moc"
