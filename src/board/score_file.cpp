@@ -1,0 +1,87 @@
+#include "score_file.h"
+
+#include "board/total_text.h"
+#include "platform/rtf_document.h"
+#include "platform/settings.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+ScoreFile::ScoreFile(const QString &path)
+    : m_path(path)
+{
+}
+
+QString ScoreFile::defaultPath()
+{
+    return Settings::cFile(QStringLiteral("C:/dvq"));
+}
+
+ScoreFile::LoadResult ScoreFile::load()
+{
+    m_text = QStringLiteral("0");
+    m_notice.clear();
+
+    const QFileInfo info(m_path);
+    if (info.exists() && info.isFile() && info.size() > MaxDocumentSize)
+        return setAsideDamaged();
+
+    RtfDocument::LoadStatus status = RtfDocument::LoadStatus::Ok;
+    const QString text = RtfDocument::load(m_path, &status);
+    switch (status) {
+    case RtfDocument::LoadStatus::Missing:
+        save();
+        return LoadResult::Created;
+    case RtfDocument::LoadStatus::Unreadable:
+        // Left as it is: it may be fine again next time (a locked or unreadable file), and
+        // the first change of the total will try to replace it.
+        return LoadResult::Unreadable;
+    case RtfDocument::LoadStatus::Ok:
+        break;
+    }
+    const std::optional<qint64> total = TotalText::read(text);
+    if (!total)
+        return setAsideDamaged();
+    m_text = TotalText::write(*total);
+    return LoadResult::Loaded;
+}
+
+ScoreFile::LoadResult ScoreFile::setAsideDamaged()
+{
+    QString copy = m_path + QStringLiteral(".rusak");
+    for (int n = 2; QFileInfo::exists(copy) && n < 1000; ++n)
+        copy = m_path + QStringLiteral(".rusak") + QString::number(n);
+    const QString copyName = QFileInfo(copy).fileName();
+
+    if (QFile::copy(m_path, copy) && save()) {
+        m_notice = QStringLiteral("Berkas skor rusak; salinannya disimpan sebagai %1 dan total "
+                                  "dimulai dari 0.").arg(copyName);
+    } else if (QFileInfo::exists(copy)) {
+        m_notice = QStringLiteral("Berkas skor rusak; salinannya disimpan sebagai %1 dan total "
+                                  "dimulai dari 0, tetapi total baru belum dapat disimpan.")
+                       .arg(copyName);
+    } else {
+        // Nothing is overwritten now; the player is told before the first change replaces it.
+        m_notice = QStringLiteral("Berkas skor rusak dan tidak dapat disalin; total dimulai "
+                                  "dari 0 dan berkas lama akan ditimpa saat total berubah.");
+    }
+    return LoadResult::Damaged;
+}
+
+bool ScoreFile::add(qint64 delta)
+{
+    m_text = TotalText::add(m_text, delta);
+    return save();
+}
+
+bool ScoreFile::save()
+{
+    QString error;
+    if (RtfDocument::save(m_path, m_text, &error)) {
+        m_notice.clear();
+        return true;
+    }
+    m_notice = QStringLiteral("Total skor tidak dapat disimpan ke berkas %1: %2")
+                   .arg(QFileInfo(m_path).fileName(), error);
+    return false;
+}
