@@ -1,0 +1,133 @@
+#include "board_view.h"
+
+#include "board/board.h"
+#include "board/cell_state.h"
+#include "board/point_image.h"
+#include "platform/picture_store.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+
+BoardView::BoardView(QWidget *parent)
+    : QWidget(parent)
+{
+    setFixedSize(Area);
+
+    for (int i = 0; i < Cell::Count; ++i) {
+        auto *point = new PointImage(this);
+        point->setObjectName(Cell::name(i));
+        point->setGeometry(Cell::rect(i));
+        connect(point, &PointImage::clicked, this, [this, i] { emit pointClicked(i); });
+        m_points[size_t(i)] = point;
+    }
+
+    // A plain child above the points: clicks on it go to it (and from there to this widget
+    // and its parents), never to the points beneath.
+    m_trans = new QWidget(this);
+    m_trans->setObjectName(QStringLiteral("trans"));
+    m_trans->setGeometry(rect());
+    m_trans->setAttribute(Qt::WA_NoSystemBackground);
+    m_trans->hide();
+
+    m_infox = new QLabel(this);
+    m_infox->setObjectName(QStringLiteral("infox"));
+    m_infox->setTextFormat(Qt::PlainText);  // carries the peer's name
+    m_infox->setAlignment(Qt::AlignCenter);
+    m_infox->setWordWrap(true);
+    m_infox->setMaximumWidth(Area.width() - 40);
+    m_infox->setStyleSheet(QStringLiteral(
+        "QLabel#infox { background: rgba(16, 20, 30, 210); color: #fff3c4;"
+        " border: 2px solid rgba(255, 214, 102, 170); border-radius: 14px;"
+        " padding: 12px 22px; font-size: 22px; font-weight: bold; }"));
+    m_infox->hide();
+    // Only the label is laid out, so that its panel stays centred and fits its text.
+    auto *layout = new QGridLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_infox, 0, 0, Qt::AlignCenter);
+}
+
+void BoardView::setBoard(const Board *board)
+{
+    disconnect(m_boardConnection);
+    m_board = board;
+    if (m_board)
+        m_boardConnection = connect(m_board, &Board::stateChanged, this, &BoardView::redraw);
+    redrawAll();
+}
+
+void BoardView::LockBoard()
+{
+    for (PointImage *point : m_points)
+        point->setEnabled(false);
+}
+
+void BoardView::UnlockBoard()
+{
+    for (PointImage *point : m_points)
+        point->setEnabled(true);
+}
+
+void BoardView::redraw(int index)
+{
+    if (!m_board)
+        return;
+    const QString name = CellState::pictureName(m_board->state(index));
+    if (!name.isEmpty())
+        m_points[size_t(index)]->setPicture(PictureStore::picture(name));
+}
+
+void BoardView::redrawAll()
+{
+    for (int i = 0; i < Cell::Count; ++i)
+        redraw(i);
+}
+
+void BoardView::paintEvent(QPaintEvent *)
+{
+    static const QString name = QStringLiteral("Board");
+    QPainter painter(this);
+    const QPixmap background =
+        PictureStore::has(name) ? PictureStore::picture(name) : fallbackBackground();
+    painter.drawPixmap(rect(), background);
+}
+
+QPixmap BoardView::fallbackBackground()
+{
+    static const QPixmap drawn = [] {
+        QPixmap pixmap(Area);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+
+        QLinearGradient sky(0, 0, 0, Area.height());
+        sky.setColorAt(0, QColor(0x1d, 0x3b, 0x53));
+        sky.setColorAt(1, QColor(0x0c, 0x1a, 0x26));
+        painter.fillRect(pixmap.rect(), sky);
+
+        const QRect first = Cell::rect(0);
+        const QRect last = Cell::rect(Cell::Count - 1);
+        const QRectF table = QRectF(first.topLeft(), last.bottomRight()).adjusted(-14, -14, 14, 14);
+        QLinearGradient wood(table.topLeft(), table.bottomRight());
+        wood.setColorAt(0, QColor(0xd9, 0xa8, 0x62));
+        wood.setColorAt(1, QColor(0xa8, 0x6c, 0x32));
+        painter.setPen(QPen(QColor(0x5a, 0x34, 0x12), 3));
+        painter.setBrush(wood);
+        painter.drawRoundedRect(table, 12, 12);
+
+        // The lines the pieces can complete: the grid and the two diagonals.
+        painter.setPen(QPen(QColor(0x5a, 0x34, 0x12, 200), 3, Qt::SolidLine, Qt::RoundCap));
+        auto centre = [](int column, int row) {
+            return QRectF(Cell::rect(Cell::at(column, row))).center();
+        };
+        for (int k = 0; k < 3; ++k) {
+            painter.drawLine(centre(k, 0), centre(k, 2));
+            painter.drawLine(centre(0, k), centre(2, k));
+        }
+        painter.drawLine(centre(0, 0), centre(2, 2));
+        painter.drawLine(centre(0, 2), centre(2, 0));
+        return pixmap;
+    }();
+    return drawn;
+}

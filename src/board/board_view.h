@@ -1,0 +1,57 @@
+#pragma once
+
+#include "board/cell.h"
+
+#include <QMetaObject>
+#include <QPixmap>
+#include <QWidget>
+
+#include <array>
+
+class Board;
+class PointImage;
+class QLabel;
+
+// The board area at a match screen's top-left: background, the nine points `A1` .. `C3`,
+// the overlay `trans` that covers them when a game is not being played, and the status
+// label `infox` above it. Points are redrawn from the board's states as they change; a
+// point whose state is none of the five known texts keeps the picture it had.
+class BoardView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr QSize Area{497, 305};
+
+    explicit BoardView(QWidget *parent = nullptr);
+
+    // Draws every point from `board` now and follows its changes from then on.
+    void setBoard(const Board *board);
+    const Board *board() const { return m_board; }
+
+    PointImage *point(int index) const { return m_points[size_t(index)]; }
+    QWidget *trans() const { return m_trans; }
+    QLabel *infox() const { return m_infox; }
+
+    // The turn lock: all nine points disabled / enabled, in the order A1 .. C3.
+    void LockBoard();
+    void UnlockBoard();
+
+    void redraw(int index);
+    void redrawAll();
+
+signals:
+    void pointClicked(int index);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    static QPixmap fallbackBackground();
+
+    std::array<PointImage *, Cell::Count> m_points{};
+    QWidget *m_trans = nullptr;
+    QLabel *m_infox = nullptr;
+    const Board *m_board = nullptr;
+    QMetaObject::Connection m_boardConnection;
+};
