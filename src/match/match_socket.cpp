@@ -1,0 +1,214 @@
+#include "match_socket.h"
+
+#include "match/wire_message.h"
+
+#include <QHostAddress>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+namespace {
+
+constexpr int DefaultConnectTimeout = 10000;
+
+// A host name we may look up; anything else (spaces, a port suffix, stray signs) is
+// refused before it can reach a resolver.
+bool looksLikeHostName(const QString &text)
+{
+    static const QRegularExpression pattern(QStringLiteral(
+        "^(?=.{1,253}$)[A-Za-z0-9](?:[A-Za-z0-9-]{0,61}[A-Za-z0-9])?"
+        "(?:\\.[A-Za-z0-9](?:[A-Za-z0-9-]{0,61}[A-Za-z0-9])?)*$"));
+    return pattern.match(text).hasMatch();
+}
+
+} // namespace
+
+MatchSocket::MatchSocket(QObject *parent)
+    : QObject(parent)
+    , m_connectTimer(new QTimer(this))
+{
+    setObjectName(QStringLiteral("data"));
+    m_connectTimer->setSingleShot(true);
+    m_connectTimer->setInterval(DefaultConnectTimeout);
+    connect(m_connectTimer, &QTimer::timeout, this, [this] {
+        dropPeer();
+        fail(tr("Tidak dapat terhubung ke %1: waktu habis.").arg(m_remote));
+    });
+}
+
+MatchSocket::~MatchSocket()
+{
+    dropPeer();
+}
+
+bool MatchSocket::listen(quint16 port)
+{
+    close();
+    if (!m_server) {
+        m_server = new QTcpServer(this);
+        m_server->setMaxPendingConnections(1);
+        connect(m_server, &QTcpServer::newConnection, this, &MatchSocket::connectionRequest);
+    }
+    if (m_server->listen(QHostAddress::Any, port))
+        return true;
+
+    switch (m_server->serverError()) {
+    case QAbstractSocket::AddressInUseError:
+        m_errorText = tr("Port %1 sedang dipakai program lain.").arg(port);
+        break;
+    case QAbstractSocket::SocketAccessError:
+        m_errorText = tr("Port %1 tidak boleh dibuka: izin ditolak.").arg(port);
+        break;
+    default:
+        m_errorText = tr("Port %1 tidak dapat dibuka.").arg(port);
+        break;
+    }
+    return false;
+}
+
+bool MatchSocket::accept()
+{
+    if (!m_server)
+        return false;
+    dropPeer();
+    QTcpSocket *socket = m_server->nextPendingConnection();
+    // Anyone else who got in before the listening ended is turned away.
+    while (QTcpSocket *extra = m_server->nextPendingConnection()) {
+        extra->abort();
+        extra->deleteLater();
+    }
+    m_server->close();
+    if (!socket)
+        return false;
+    adopt(socket);
+    if (socket->state() != QAbstractSocket::ConnectedState) {
+        dropPeer();
+        return false;
+    }
+    return true;
+}
+
+void MatchSocket::connectToHost(const QString &address, quint16 port)
+{
+    close();
+    m_remote = address.trimmed();
+    if (m_remote.isEmpty()) {
+        fail(tr("Alamat host kosong: isi alamat IP host terlebih dahulu."));
+        return;
+    }
+    if (QHostAddress(m_remote).isNull() && !looksLikeHostName(m_remote)) {
+        fail(tr("Alamat host tidak valid: %1").arg(m_remote));
+        return;
+    }
+    auto *socket = new QTcpSocket(this);
+    adopt(socket);
+    connect(socket, &QTcpSocket::connected, this, [this] {
+        m_connectTimer->stop();
+        emit connected();
+    });
+    m_connectTimer->start();
+    socket->connectToHost(m_remote, port);
+}
+
+void MatchSocket::setConnectTimeout(int milliseconds)
+{
+    m_connectTimer->setInterval(milliseconds);
+}
+
+void MatchSocket::close()
+{
+    ++m_attempt;
+    m_connectTimer->stop();
+    dropPeer();
+    if (m_server)
+        m_server->close();
+}
+
+bool MatchSocket::send(const QString &message)
+{
+    if (!isConnected())
+        return false;
+    return m_peer->write(WireMessage::encode(message)) >= 0;
+}
+
+QString MatchSocket::receive()
+{
+    if (!m_peer)
+        return {};
+    return WireMessage::decode(m_peer->readAll());
+}
+
+bool MatchSocket::isConnected() const
+{
+    return m_peer && m_peer->state() == QAbstractSocket::ConnectedState;
+}
+
+bool MatchSocket::isListening() const
+{
+    return m_server && m_server->isListening();
+}
+
+void MatchSocket::adopt(QTcpSocket *socket)
+{
+    m_peer = socket;
+    socket->setParent(this);
+    connect(socket, &QTcpSocket::readyRead, this, &MatchSocket::dataArrival);
+    connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+        // Only a peer that was really there can close; a failed connect reports failed().
+        if (socket != m_peer)
+            return;
+        emit peerClosed();
+    });
+    connect(socket, &QTcpSocket::errorOccurred, this, &MatchSocket::onError);
+}
+
+void MatchSocket::dropPeer()
+{
+    if (!m_peer)
+        return;
+    QTcpSocket *socket = m_peer;
+    m_peer = nullptr;
+    socket->disconnect(this);
+    socket->abort();
+    socket->deleteLater();
+}
+
+void MatchSocket::onError()
+{
+    auto *socket = qobject_cast<QTcpSocket *>(sender());
+    if (!socket || socket != m_peer || !m_connectTimer->isActive())
+        return;  // errors of an established connection end in peerClosed()
+    m_connectTimer->stop();
+    QString why;
+    switch (socket->error()) {
+    case QAbstractSocket::ConnectionRefusedError:
+        why = tr("koneksi ditolak");
+        break;
+    case QAbstractSocket::HostNotFoundError:
+        why = tr("host tidak ditemukan");
+        break;
+    case QAbstractSocket::SocketTimeoutError:
+        why = tr("waktu habis");
+        break;
+    case QAbstractSocket::NetworkError:
+        why = tr("jaringan tidak terjangkau");
+        break;
+    default:
+        why = tr("kesalahan jaringan");
+        break;
+    }
+    dropPeer();
+    fail(tr("Tidak dapat terhubung ke %1: %2.").arg(m_remote, why));
+}
+
+void MatchSocket::fail(const QString &message)
+{
+    m_errorText = message;
+    // Reported from the event loop, so a caller that starts a connect in its load step can
+    // connect to failed() afterwards and still hear about an address refused at once.
+    QTimer::singleShot(0, this, [this, message, attempt = m_attempt] {
+        if (attempt == m_attempt)
+            emit failed(message);
+    });
+}

@@ -1,0 +1,140 @@
+#include "match/match_socket.h"
+
+#include "support/match_env.h"
+#include "support/match_peer.h"
+
+#include <QHostAddress>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTest>
+
+class TestMatchSocket : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void joinFailures_data();
+    void joinFailures();
+    void portInUse();
+    void acceptEndsListeningForGood();
+    void peerCloseIsReportedOwnCloseIsNot();
+    void sendWithoutPeerIsDropped();
+    void oneArrivalIsOneMessage();
+};
+
+void TestMatchSocket::joinFailures_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("message");
+
+    const QString port = QString::number(MatchEnv::freePort());
+    QTest::newRow("empty") << "" << "Alamat host kosong: isi alamat IP host terlebih dahulu.";
+    QTest::newRow("blank") << "  \r\n" << "Alamat host kosong: isi alamat IP host terlebih dahulu.";
+    QTest::newRow("space inside") << "10.0 .0.7" << "Alamat host tidak valid: 10.0 .0.7";
+    QTest::newRow("port suffix") << "127.0.0.1:" + port << "Alamat host tidak valid: 127.0.0.1:" + port;
+    QTest::newRow("nobody listening") << "127.0.0.1"
+                                      << "Tidak dapat terhubung ke 127.0.0.1: koneksi ditolak.";
+}
+
+void TestMatchSocket::joinFailures()
+{
+    QFETCH(QString, address);
+    QFETCH(QString, message);
+
+    MatchSocket socket;
+    QSignalSpy failed(&socket, &MatchSocket::failed);
+    QSignalSpy connected(&socket, &MatchSocket::connected);
+    socket.connectToHost(address, MatchEnv::freePort());
+    QVERIFY(failed.wait(15000));
+    QCOMPARE(failed.first().first().toString(), message);
+    QCOMPARE(socket.errorText(), message);
+    QCOMPARE(connected.count(), 0);
+    QVERIFY(!socket.isConnected());
+    QVERIFY(!socket.send(QStringLiteral("A1")));
+}
+
+void TestMatchSocket::portInUse()
+{
+    QTcpServer squatter;
+    QVERIFY(squatter.listen(QHostAddress::Any, 0));
+    MatchSocket socket;
+    QVERIFY(!socket.listen(squatter.serverPort()));
+    QCOMPARE(socket.errorText(),
+             QStringLiteral("Port %1 sedang dipakai program lain.").arg(squatter.serverPort()));
+    QVERIFY(!socket.isListening());
+
+    squatter.close();
+    QVERIFY(socket.listen(MatchEnv::freePort()));
+}
+
+void TestMatchSocket::acceptEndsListeningForGood()
+{
+    MatchSocket host;
+    const quint16 port = MatchEnv::freePort();
+    QVERIFY(host.listen(port));
+    connect(&host, &MatchSocket::connectionRequest, &host, [&host] { host.accept(); });
+
+    MatchPeer first;
+    QVERIFY(first.connectTo(port));
+    QTRY_VERIFY_WITH_TIMEOUT(host.isConnected(), 10000);
+    QVERIFY(!host.isListening());
+
+    QTcpSocket second;
+    QSignalSpy refused(&second, &QTcpSocket::errorOccurred);
+    second.connectToHost(QHostAddress::LocalHost, port);
+    QVERIFY(refused.wait(10000));
+    QCOMPARE(second.error(), QAbstractSocket::ConnectionRefusedError);
+    QVERIFY(host.isConnected());
+}
+
+void TestMatchSocket::peerCloseIsReportedOwnCloseIsNot()
+{
+    MatchSocket host;
+    const quint16 port = MatchEnv::freePort();
+    QVERIFY(host.listen(port));
+    connect(&host, &MatchSocket::connectionRequest, &host, [&host] { host.accept(); });
+
+    MatchSocket join;
+    QSignalSpy joined(&join, &MatchSocket::connected);
+    join.connectToHost(QStringLiteral("127.0.0.1"), port);
+    QVERIFY(joined.wait(10000));
+    QTRY_VERIFY_WITH_TIMEOUT(host.isConnected(), 10000);
+
+    QSignalSpy hostSawClose(&host, &MatchSocket::peerClosed);
+    QSignalSpy joinSawClose(&join, &MatchSocket::peerClosed);
+    join.close();
+    QVERIFY(hostSawClose.wait(10000));
+    QVERIFY(!host.isConnected());
+    QCOMPARE(joinSawClose.count(), 0);
+}
+
+void TestMatchSocket::sendWithoutPeerIsDropped()
+{
+    MatchSocket socket;
+    QVERIFY(!socket.send(QStringLiteral("msg: hi")));
+    QVERIFY(socket.listen(MatchEnv::freePort()));
+    QVERIFY(!socket.send(QStringLiteral("msg: hi")));
+    QCOMPARE(socket.receive(), QString());
+}
+
+void TestMatchSocket::oneArrivalIsOneMessage()
+{
+    MatchSocket host;
+    const quint16 port = MatchEnv::freePort();
+    QVERIFY(host.listen(port));
+    connect(&host, &MatchSocket::connectionRequest, &host, [&host] { host.accept(); });
+    QStringList got;
+    connect(&host, &MatchSocket::dataArrival, &host, [&] { got << host.receive(); });
+
+    MatchPeer peer;
+    QVERIFY(peer.connectTo(port));
+    QTRY_VERIFY_WITH_TIMEOUT(host.isConnected(), 10000);
+    peer.sendRaw("$3XBob");
+    QTRY_COMPARE_WITH_TIMEOUT(got, QStringList{QStringLiteral("$3XBob")}, 10000);
+
+    QVERIFY(host.send(QStringLiteral("OAni")));
+    QTRY_COMPARE_WITH_TIMEOUT(peer.messages, QStringList{QStringLiteral("OAni")}, 10000);
+}
+
+QTEST_GUILESS_MAIN(TestMatchSocket)
+#include "tst_match_socket.moc"
