@@ -3,6 +3,7 @@
 #include "board/board.h"
 #include "board/cell_state.h"
 #include "board/point_image.h"
+#include "board/status_panel.h"
 #include "platform/picture_store.h"
 
 #include <QGridLayout>
@@ -32,21 +33,14 @@ BoardView::BoardView(QWidget *parent)
     m_trans->setAttribute(Qt::WA_NoSystemBackground);
     m_trans->hide();
 
-    m_infox = new QLabel(this);
+    m_infox = new StatusPanel(Area.width() - 24, this);
     m_infox->setObjectName(QStringLiteral("infox"));
-    m_infox->setTextFormat(Qt::PlainText);  // carries the peer's name
-    m_infox->setAlignment(Qt::AlignCenter);
-    m_infox->setWordWrap(true);
-    m_infox->setMaximumWidth(Area.width() - 40);
-    m_infox->setStyleSheet(QStringLiteral(
-        "QLabel#infox { background: rgba(16, 20, 30, 210); color: #fff3c4;"
-        " border: 2px solid rgba(255, 214, 102, 170); border-radius: 14px;"
-        " padding: 12px 22px; font-size: 22px; font-weight: bold; }"));
     m_infox->hide();
-    // Only the label is laid out, so that its panel stays centred and fits its text.
+    // Centred in the band above the points, so that a scored line stays in sight; only the
+    // panel is laid out, so it stays centred as its text changes.
     auto *layout = new QGridLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_infox, 0, 0, Qt::AlignCenter);
+    layout->setContentsMargins(0, 8, 0, 0);
+    layout->addWidget(m_infox, 0, 0, Qt::AlignHCenter | Qt::AlignTop);
 }
 
 void BoardView::setBoard(const Board *board)
