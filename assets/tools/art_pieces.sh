@@ -14,8 +14,14 @@ make_pieces() {
   "$IM" -size 65x65 xc:none -strip "GIF:$PICTURES/N.gif"
 
   # Turn lamps: a lit amber lamp in a gold bezel, and the same lamp dark.
-  stone lamp 33 "$WORK/gil1.png"
-  stone lamp_off 33 "$WORK/gil2.png"
+  # The lit lamp also glows onto its surroundings.
+  stone lamp 25 "$WORK/lamp.png"
+  stone lamp_off 25 "$WORK/lamp_off.png"
+  "$IM" -size 33x33 xc:none -fill '#ffc43a' -draw "circle 16,16 16,3" -blur 0x2.2 \
+    -channel A -evaluate multiply 0.75 +channel \
+    "$WORK/lamp.png" -geometry +4+4 -compose over -composite "$WORK/gil1.png"
+  "$IM" -size 33x33 xc:none "$WORK/lamp_off.png" -geometry +4+4 -compose over -composite \
+    "$WORK/gil2.png"
   save_png "$WORK/gil1.png" "$PICTURES/GIL1.png"
   save_png "$WORK/gil2.png" "$PICTURES/GIL2.png"
 

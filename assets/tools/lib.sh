@@ -61,7 +61,7 @@ light_pool() { # in cx cy radius low-percent out
 
 # Soft drop shadow under an RGBA layer, composited onto a background.
 drop_on() { # background layer x y shadow-opacity blur dx dy out
-  "$IM" "$1" \( "$2" -background black -shadow "${5}x${6}+${7}+${8}" \) \
+  "$IM" "$1" \( "$2" -background black -shadow "${5}x${6}+${7}+${8}" +repage \) \
     -geometry "+$(( $3 + $7 - $6 * 2 ))+$(( $4 + $8 - $6 * 2 ))" -compose over -composite \
     "$2" -geometry "+$3+$4" -compose over -composite "$9"
 }
