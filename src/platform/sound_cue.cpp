@@ -49,34 +49,48 @@ void SoundCue::open()
     const QFileInfo file(resolvePath(m_fileName));
     if (m_fileName.isEmpty() || !file.isFile() || !file.isReadable())
         return;
-    // The sample is decoded in the background and shared between effects of the same file.
-    // Measured: seven opened effects that have played once cost no CPU at idle, with or
-    // without a sound server, and about 3 MB together.
-    m_effect = new QSoundEffect(this);
-    m_effect->setSource(QUrl::fromLocalFile(file.absoluteFilePath()));
+    m_path = file.absoluteFilePath();
     m_open = true;
+    // Decoding starts now, in the background, so that the first play is on time.
+    if (hasAudioOutput())
+        makeEffect();
+}
+
+void SoundCue::makeEffect()
+{
+    // Measured: seven opened effects that have played once cost no CPU at idle, with or
+    // without a sound server, and about 3 MB together; the decoded sample is shared
+    // between effects of the same file.
+    m_effect = new QSoundEffect(this);
+    m_effect->setSource(QUrl::fromLocalFile(m_path));
+}
+
+bool SoundCue::hasAudioOutput()
+{
+    // Without one an effect only complains, at load and at every play.
+    return !QMediaDevices::defaultAudioOutput().isNull();
 }
 
 void SoundCue::close()
 {
     delete m_effect;
     m_effect = nullptr;
+    m_path.clear();
     m_open = false;
 }
 
 void SoundCue::play()
 {
     ++m_playCount;
-    // Without an audio device the effect would only complain on every play.
-    if (!m_effect || QMediaDevices::defaultAudioOutput().isNull())
+    if (!m_open || !hasAudioOutput())
         return;
+    if (!m_effect)
+        makeEffect();  // the device came after the open
     m_effect->play();
 }
 
 QString SoundCue::resolvePath(const QString &fileName)
 {
-    if (fileName.isEmpty() || QFileInfo::exists(fileName))
-        return fileName;
     QString path;
     path.reserve(fileName.size());
     for (const QChar c : fileName) {
@@ -86,6 +100,9 @@ QString SoundCue::resolvePath(const QString &fileName)
             continue;
         path.append(s);
     }
+    // A backslash is an ordinary character in names elsewhere than Windows.
+    if (path != fileName && !QFileInfo::exists(path) && QFileInfo::exists(fileName))
+        return fileName;
     return path;
 }
 

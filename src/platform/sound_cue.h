@@ -31,8 +31,9 @@ public:
     // The most recent commands, as received (bounded, oldest dropped first).
     QStringList commandLog() const { return m_log; }
 
-    // The file a program path names: as written when that exists, else with backslashes
-    // turned to "/" and doubled separators collapsed ("C:\/WIN.wav", "/opt/d//WIN.wav").
+    // The file a program path names, with backslashes turned to "/" and doubled
+    // separators collapsed ("C:\/WIN.wav", "/opt/d//WIN.wav"); the name as written only
+    // when just that exists (a backslash is an ordinary character outside Windows).
     static QString resolvePath(const QString &fileName);
     // The program folder joined verbatim with a file text such as "/WIN.wav", resolved.
     static QString joinProgramPath(const QString &folder, const QString &fileText);
@@ -46,8 +47,11 @@ private:
     void open();
     void close();
     void play();
+    void makeEffect();
+    static bool hasAudioOutput();
 
     QString m_fileName;
+    QString m_path;  // the file found by the last successful open
     QSoundEffect *m_effect = nullptr;
     bool m_open = false;
     int m_playCount = 0;

@@ -1,0 +1,160 @@
+#include "match/match_cues.h"
+#include "platform/sound_cue.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+const QStringList fileTexts{"/WIN.wav", "/MeC.WAV", "/MeX.wav", "/MEI.wav",
+                            "/lose.wav", "/Mess.wav", "/OL.wav"};
+
+// A program folder holding the cue files; `leaveOut` is not copied.
+bool fillFolder(const QString &folder, const QString &leaveOut = QString())
+{
+    const QString source = QStringLiteral(DORVALA_BIN_DIR "/WIN.wav");
+    for (const QString &text : fileTexts) {
+        if (text == leaveOut)
+            continue;
+        QFile file(folder + text);
+        // Any readable file will do when the build's own wave files are not there yet:
+        // opening only needs a readable file, and nothing here can hear the sound.
+        if (QFile::exists(source) ? !QFile::copy(source, folder + text)
+                                  : !(file.open(QIODevice::WriteOnly) && file.write("RIFF") == 4))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+class TestMatchCues : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cuesAreNamedChildren();
+    void setUpOrder();
+    void fileNamesJoinFolderVerbatim_data();
+    void fileNamesJoinFolderVerbatim();
+    void missingFileSilencesOnlyThatCue_data();
+    void missingFileSilencesOnlyThatCue();
+    void soundRewindsThenPlays();
+};
+
+void TestMatchCues::cuesAreNamedChildren()
+{
+    MatchCues cues;
+    const QStringList names{"WIN", "MeC", "MEX", "MEI", "Lose", "mess", "OL"};
+    QCOMPARE(MatchCues::names(), names);
+    for (const QString &name : names) {
+        SoundCue *cue = cues.cue(name);
+        QVERIFY2(cue, qPrintable(name));
+        QCOMPARE(cue->parent(), &cues);
+        QCOMPARE(cues.findChild<SoundCue *>(name), cue);
+    }
+    QCOMPARE(cues.findChildren<SoundCue *>().size(), 7);
+    QVERIFY(!cues.cue(QStringLiteral("win")));
+}
+
+void TestMatchCues::setUpOrder()
+{
+    QTemporaryDir dir;
+    QVERIFY(fillFolder(dir.path()));
+    MatchCues cues;
+    QStringList events;
+    for (const QString &name : MatchCues::names()) {
+        SoundCue *cue = cues.cue(name);
+        connect(cue, &SoundCue::fileNameChanged, this,
+                [&events, name](const QString &) { events << name + QStringLiteral(" file"); });
+        connect(cue, &SoundCue::commandReceived, this,
+                [&events, name](const QString &command) { events << name + u' ' + command; });
+    }
+    cues.load(dir.path());
+    // Names in one order, then open and rewind in another: mess comes before Lose there.
+    const QStringList expected{
+        "WIN file", "MeC file", "MEX file", "MEI file", "Lose file", "mess file", "OL file",
+        "WIN open", "WIN prev", "MeC open", "MeC prev", "MEX open", "MEX prev",
+        "MEI open", "MEI prev", "mess open", "mess prev", "Lose open", "Lose prev",
+        "OL open", "OL prev",
+    };
+    QCOMPARE(events, expected);
+    for (const QString &name : MatchCues::names()) {
+        QVERIFY2(cues.cue(name)->isOpen(), qPrintable(name));
+        QCOMPARE(cues.cue(name)->playCount(), 0);
+    }
+}
+
+void TestMatchCues::fileNamesJoinFolderVerbatim_data()
+{
+    QTest::addColumn<QString>("suffix");
+
+    QTest::newRow("plain folder") << QString();
+    QTest::newRow("folder ending in slash") << QStringLiteral("/");
+    QTest::newRow("folder ending in backslash") << QStringLiteral("\\");
+}
+
+void TestMatchCues::fileNamesJoinFolderVerbatim()
+{
+    QFETCH(QString, suffix);
+    QTemporaryDir dir;
+    QVERIFY(fillFolder(dir.path()));
+    const QString folder = dir.path() + suffix;
+    MatchCues cues;
+    cues.load(folder);
+    const QStringList names = MatchCues::names();
+    for (int i = 0; i < names.size(); ++i) {
+        SoundCue *cue = cues.cue(names.at(i));
+        QCOMPARE(cue->fileName(), folder + fileTexts.at(i));
+        QVERIFY2(cue->isOpen(), qPrintable(cue->fileName()));
+    }
+}
+
+void TestMatchCues::missingFileSilencesOnlyThatCue_data()
+{
+    QTest::addColumn<QString>("missing");
+    QTest::addColumn<QString>("cue");
+
+    QTest::newRow("lose") << QStringLiteral("/lose.wav") << QStringLiteral("Lose");
+    QTest::newRow("MeC") << QStringLiteral("/MeC.WAV") << QStringLiteral("MeC");
+    QTest::newRow("OL") << QStringLiteral("/OL.wav") << QStringLiteral("OL");
+}
+
+void TestMatchCues::missingFileSilencesOnlyThatCue()
+{
+    QFETCH(QString, missing);
+    QFETCH(QString, cue);
+    QTemporaryDir dir;
+    QVERIFY(fillFolder(dir.path(), missing));
+    MatchCues cues;
+    cues.load(dir.path());
+    for (const QString &name : MatchCues::names()) {
+        QCOMPARE(cues.cue(name)->isOpen(), name != cue);
+        cues.sound(name);
+        QCOMPARE(cues.cue(name)->playCount(), 1);
+    }
+}
+
+void TestMatchCues::soundRewindsThenPlays()
+{
+    QTemporaryDir dir;
+    QVERIFY(fillFolder(dir.path()));
+    MatchCues cues;
+    cues.load(dir.path());
+    SoundCue *mei = cues.cue(QStringLiteral("MEI"));
+    cues.sound(QStringLiteral("MEI"));
+    cues.sound(QStringLiteral("MEI"));
+    QCOMPARE(mei->playCount(), 2);
+    QCOMPARE(mei->commandLog(),
+             QStringList({"open", "prev", "prev", "play", "prev", "play"}));
+
+    cues.sound(QStringLiteral("nobody"));
+    cues.sound(QStringLiteral("mei"));
+    for (const QString &name : MatchCues::names())
+        QCOMPARE(cues.cue(name)->playCount(), name == QLatin1String("MEI") ? 2 : 0);
+}
+
+QTEST_GUILESS_MAIN(TestMatchCues)
+#include "tst_match_cues.moc"
