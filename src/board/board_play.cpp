@@ -24,6 +24,13 @@ BoardPlay::BoardPlay(Side side, const Controls &controls, QObject *parent)
     connect(&m_board, &Board::stateChanged, this, &BoardPlay::scheduleWinCheck);
 }
 
+void BoardPlay::loadScore()
+{
+    m_controls.WR->load();
+    if (!m_controls.WR->notice().isEmpty())
+        emit scoreFileProblem(m_controls.WR->notice());
+}
+
 void BoardPlay::click(int index)
 {
     if (!MoveRules::clickAllowed(m_board.state(index))) {

@@ -50,6 +50,10 @@ public:
     // Only for reaching the receiver's other branch; a match never changes its mark.
     void setXO(const QString &mark) { m_XO = mark; }
 
+    // The screen's load step for `WR`: reads the score file (creating it when missing) and
+    // passes on what the player should hear about it through scoreFileProblem.
+    void loadScore();
+
     void A1_Click() { click(0); }
     void A2_Click() { click(1); }
     void A3_Click() { click(2); }

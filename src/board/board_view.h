@@ -4,6 +4,7 @@
 
 #include <QMetaObject>
 #include <QPixmap>
+#include <QPointer>
 #include <QWidget>
 
 #include <array>
@@ -52,6 +53,6 @@ private:
     std::array<PointImage *, Cell::Count> m_points{};
     QWidget *m_trans = nullptr;
     QLabel *m_infox = nullptr;
-    const Board *m_board = nullptr;
+    QPointer<const Board> m_board;
     QMetaObject::Connection m_boardConnection;
 };

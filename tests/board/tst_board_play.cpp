@@ -119,6 +119,7 @@ private slots:
     void gameEnd();
     void restartKeepsTurn();
     void failedSaveIsReported();
+    void damagedScoreIsReported();
 };
 
 void TestBoardPlay::click_data()
@@ -320,6 +321,20 @@ void TestBoardPlay::failedSaveIsReported()
     QVERIFY(problems.first().first().toString().startsWith(QStringLiteral("Total skor tidak")));
     QCOMPARE(screen.WR.text(), QStringLiteral("1"));
     QCOMPARE(screen.view.infox()->text(), QStringLiteral("Anda Menang!"));
+}
+
+void TestBoardPlay::damagedScoreIsReported()
+{
+    Screen screen(BoardPlay::Side::Host);
+    QSignalSpy problems(screen.play.get(), &BoardPlay::scoreFileProblem);
+    screen.play->loadScore();
+    QCOMPARE(problems.count(), 0);
+
+    QVERIFY(RtfDocument::save(screen.WR.path(), QStringLiteral("sepuluh")));
+    screen.play->loadScore();
+    QCOMPARE(problems.count(), 1);
+    QVERIFY(problems.first().first().toString().startsWith(QStringLiteral("Berkas skor rusak")));
+    QCOMPARE(screen.WR.text(), QStringLiteral("0"));
 }
 
 QTEST_MAIN(TestBoardPlay)
