@@ -1,7 +1,6 @@
 #include "wire_message.h"
 
-#include <QStringDecoder>
-#include <QStringEncoder>
+#include "platform/cp1252.h"
 
 QString WireMessage::hostName(const QString &name)
 {
@@ -35,12 +34,10 @@ QString WireMessage::chat(const QString &text)
 
 QByteArray WireMessage::encode(const QString &message)
 {
-    QStringEncoder encoder("windows-1252", QStringConverter::Flag::Stateless);
-    return encoder.encode(message);
+    return Cp1252::encode(message);
 }
 
 QString WireMessage::decode(const QByteArray &bytes)
 {
-    QStringDecoder decoder("windows-1252", QStringConverter::Flag::Stateless);
-    return decoder.decode(bytes);
+    return Cp1252::decode(bytes);
 }

@@ -117,6 +117,7 @@ void TestWire::codePage_data()
     QTest::newRow("latin letters") << QString::fromUtf8("OJos\u00e9") << QByteArray("OJos\xe9");
     QTest::newRow("euro sign") << QString::fromUtf8("msg: \u20ac5") << QByteArray("msg: \x80" "5");
     QTest::newRow("curly quote") << QString::fromUtf8("X\u2019") << QByteArray("X\x92");
+    QTest::newRow("undefined byte") << QString::fromUtf8("X\u0081") << QByteArray("X\x81");
 }
 
 void TestWire::codePage()
@@ -134,6 +135,7 @@ void TestWire::undefinedBytesDecodeWithoutLoss()
     const QByteArray bytes("X\x81\x8d\x8f\x90\x9d", 6);
     const QString text = WireMessage::decode(bytes);
     QCOMPARE(text.size(), 6);
+    QCOMPARE(WireMessage::encode(text), bytes);
     QCOMPARE(text.left(1), QStringLiteral("X"));
     QCOMPARE(describe(WireReceiver::effects(MatchSide::Host, text)).left(5), QStringLiteral("name["));
 }
