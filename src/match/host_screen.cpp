@@ -1,0 +1,122 @@
+#include "host_screen.h"
+
+#include "board/board_play.h"
+#include "board/board_view.h"
+#include "match/clipped_label.h"
+#include "match/match_socket.h"
+#include "match/wire_message.h"
+#include "platform/settings.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTimer>
+
+namespace {
+constexpr int ScoreReplyDelay = 10;
+}
+
+HostScreen::HostScreen(QWidget *parent)
+    : MatchScreen(MatchSide::Host, parent)
+{
+    Label3 = label("Label3", QStringLiteral("Total Menang:"), {505, 56, 127, 18});
+    Oname->setGeometry(505, 76, 90, 20);
+    WRL->setGeometry(597, 76, 35, 20);
+    Xname->setGeometry(505, 98, 90, 20);
+    WRL2->setGeometry(597, 98, 35, 20);
+
+    info = clippedLabel("info", {}, {505, 204, 127, 20});
+    Command4 = button("Command4", QStringLiteral("Command4"), {505, 232, 100, 26});
+    Command4->hide();
+    connect(Command4, &QPushButton::clicked, this, &HostScreen::Command4_Click);
+    connect(Command3, &QPushButton::clicked, this, &HostScreen::Command3_Click);
+
+    Command1->setEnabled(false);
+    m_view->trans()->show();
+    m_view->infox()->setText(QStringLiteral("Menunggu Koneksi User Client"));
+    m_view->infox()->show();
+
+    Senddata = new QTimer(this);
+    Senddata->setObjectName(QStringLiteral("Senddata"));
+    Senddata->setSingleShot(true);
+    connect(Senddata, &QTimer::timeout, this, &HostScreen::Senddata_Timer);
+
+    connect(m_data, &MatchSocket::connectionRequest, this, &HostScreen::data_ConnectionRequest);
+}
+
+HostScreen::~HostScreen()
+{
+    // The base class can no longer reach the host's own unload steps from its destructor.
+    Form_QueryUnload();
+}
+
+void HostScreen::loadSteps()
+{
+    const QString address = Settings::localIp();
+    m_published = address;
+    emit opened(address);
+    loadChatHistory();
+    loadCues();
+    loadScore();
+    Timer6_Timer();
+
+    m_data->close();
+    setWindowTitle(QStringLiteral("Dorvala Online :: Host IP : ") + address + QStringLiteral(" :: ")
+                   + Settings::localHostName());
+    if (!m_data->listen(Settings::matchPort())) {
+        showOverlay(m_data->errorText());
+        showStatus(tr("Tidak ada yang bisa bergabung. Tutup layar ini dan coba lagi."));
+        // Nobody can reach this host, so it must not stay listed.
+        emit closing(m_published);
+        m_published.clear();
+    }
+}
+
+void HostScreen::unloadSteps()
+{
+    if (!m_published.isEmpty())
+        emit closing(m_published);
+    m_published.clear();
+}
+
+void HostScreen::data_ConnectionRequest()
+{
+    if (!m_data->accept())
+        return;
+    send(WireMessage::hostName(Oname->text()));
+    info->setText(QStringLiteral("Connect!"));
+    m_view->trans()->hide();
+    m_view->infox()->hide();
+    Command1->setEnabled(true);
+    Command3->setEnabled(true);
+    cue(QStringLiteral("OL"));
+}
+
+void HostScreen::data_Close()
+{
+    m_data->close();
+    MatchScreen::data_Close();
+    Command3->setEnabled(false);
+}
+
+void HostScreen::scoreReceived()
+{
+    Senddata->start(ScoreReplyDelay);
+}
+
+void HostScreen::Senddata_Timer()
+{
+    send(WireMessage::score(WR.text()));
+    Senddata->stop();
+}
+
+void HostScreen::Command3_Click()
+{
+    send(WireMessage::restart());
+    m_play->restart();
+}
+
+void HostScreen::Command4_Click()
+{
+    m_view->trans()->show();
+}

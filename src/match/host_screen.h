@@ -1,0 +1,40 @@
+#pragma once
+
+#include "match/match_screen.h"
+
+class QPushButton;
+
+// The match screen `host` of the player who offers a game: it listens on the match port,
+// accepts one joiner, answers each Score, plays "O" and first, and may order a restart.
+// While it is open the machine is listed in the lobby (through opened and closing).
+class HostScreen : public MatchScreen
+{
+    Q_OBJECT
+public:
+    explicit HostScreen(QWidget *parent = nullptr);
+    ~HostScreen() override;
+
+signals:
+    // Load: the lobby reloads and publishes this address.
+    void opened(const QString &localAddress);
+    // Unload: the lobby withdraws this address.
+    void closing(const QString &localAddress);
+
+protected:
+    void loadSteps() override;
+    void unloadSteps() override;
+    void scoreReceived() override;
+    void data_Close() override;
+
+private:
+    void data_ConnectionRequest();
+    void Command3_Click();
+    void Command4_Click();
+    void Senddata_Timer();
+
+    ClippedLabel *info = nullptr;
+    QLabel *Label3 = nullptr;
+    QPushButton *Command4 = nullptr;
+    QTimer *Senddata = nullptr;
+    QString m_published;
+};

@@ -1,0 +1,73 @@
+#include "join_screen.h"
+
+#include "board/board_play.h"
+#include "board/board_view.h"
+#include "match/clipped_label.h"
+#include "match/match_socket.h"
+#include "match/wire_message.h"
+#include "platform/settings.h"
+
+#include <QLabel>
+#include <QTimer>
+
+namespace {
+constexpr int NameDelay = 1000;
+}
+
+JoinScreen::JoinScreen(const QString &hostAddress, QWidget *parent)
+    : MatchScreen(MatchSide::Join, parent)
+    , m_hostAddress(hostAddress)
+{
+    Oname->setGeometry(505, 56, 127, 20);
+    Label2 = label("Label2", QStringLiteral("Total Menang:"), {505, 76, 90, 18});
+    WRL2->setGeometry(597, 76, 35, 18);
+    Xname->setGeometry(505, 104, 127, 20);
+    Label5 = label("Label5", QStringLiteral("Total Menang:"), {505, 124, 90, 18});
+    WRL->setGeometry(597, 124, 35, 18);
+
+    m_view->infox()->setText(QStringLiteral("Kamu Kalah!"));
+
+    SD = new QTimer(this);
+    SD->setObjectName(QStringLiteral("SD"));
+    SD->setSingleShot(true);
+    connect(SD, &QTimer::timeout, this, &JoinScreen::SD_Timer);
+
+    connect(m_data, &MatchSocket::connected, this, &JoinScreen::data_Connect);
+    connect(m_data, &MatchSocket::failed, this, &JoinScreen::data_Error);
+}
+
+JoinScreen::~JoinScreen()
+{
+    Form_QueryUnload();
+}
+
+void JoinScreen::loadSteps()
+{
+    loadChatHistory();
+    loadCues();
+    loadScore();
+    WRL->setText(WR.text());
+
+    m_data->close();
+    setWindowTitle(QStringLiteral("Dorvala Online :: CLient IP : ") + Settings::localIp());
+    m_data->connectToHost(m_hostAddress, Settings::matchPort());
+    m_play->LockBoard();
+}
+
+void JoinScreen::data_Connect()
+{
+    send(WireMessage::score(WR.text()));
+    SD->start(NameDelay);
+}
+
+void JoinScreen::SD_Timer()
+{
+    send(WireMessage::joinerName(Xname->text()));
+    SD->stop();
+}
+
+void JoinScreen::data_Error(const QString &sentence)
+{
+    // The board stays locked; "Close" leads back to the setup screen.
+    showOverlay(sentence);
+}

@@ -1,0 +1,134 @@
+#pragma once
+
+#include "board/score_file.h"
+#include "match/match_side.h"
+
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+
+class BoardPlay;
+class BoardView;
+class ChatHistory;
+class ClippedLabel;
+class MatchChat;
+class MatchCues;
+class MatchSocket;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QTimer;
+struct WireEffect;
+
+// What the host's screen and the joiner's share: the board at the top-left, the players'
+// names and totals, the turn picture, the chat line with its bubbles, the buttons, and the
+// match connection `data` with the receiver of its messages. The two sides differ only in
+// their load steps, how the connection is made, and a few controls of their own.
+//
+// Form_Load() is the load step: the owner connects to the signals first, then calls it.
+class MatchScreen : public QWidget
+{
+    Q_OBJECT
+public:
+    ~MatchScreen() override;
+
+    MatchSide side() const { return m_side; }
+
+    // The load step; runs once.
+    void Form_Load();
+    // The player's own name: `Oname` on the host, `Xname` on the joiner.
+    void setOwnName(const QString &name);
+    // The program's one chat history; the owner keeps it alive longer than this screen.
+    void setChatHistory(ChatHistory *history);
+
+    BoardPlay *play() const { return m_play; }
+    MatchSocket *socket() const { return m_data; }
+    const QString &lastMessage() const { return LastMsg; }
+
+    // Unload steps (withdrawal, socket); run once, whether the screen is closed from its
+    // title bar, by "Close", or deleted by its owner.
+    void Form_QueryUnload();
+
+signals:
+    // "Close": the owner shows the setup screen at `position` and unloads this screen.
+    void closeRequested(QPoint position);
+    // A sound cue was sounded (WIN, MeC, MEX, MEI, Lose, mess, OL).
+    void cued(const QString &name);
+
+protected:
+    MatchScreen(MatchSide side, QWidget *parent);
+
+    virtual void loadSteps() = 0;
+    virtual void unloadSteps() {}
+    // The host answers a Score a moment later; the joiner does not answer.
+    virtual void scoreReceived() {}
+    virtual void data_Close();
+
+    // Shared pieces of the load steps.
+    void loadChatHistory();
+    void loadCues();
+    void loadScore();
+
+    void data_DataArrival();
+    void Command1_Click();
+    void Command2_Click();
+    void Command5_Click();
+    void Text1_KeyPress(int keyAscii);
+    void Timer5_Timer();
+    void Timer6_Timer();
+
+    bool send(const QString &message);
+    void cue(const QString &name);
+    // A sentence for the player that is not part of the game's own texts.
+    void showStatus(const QString &sentence);
+    // Covers the board with `sentence` over it, as a lost connection does.
+    void showOverlay(const QString &sentence);
+    QLabel *label(const char *name, const QString &text, const QRect &geometry);
+    ClippedLabel *clippedLabel(const char *name, const QString &text, const QRect &geometry);
+    QPushButton *button(const char *name, const QString &caption, const QRect &geometry);
+
+    void closeEvent(QCloseEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+    const MatchSide m_side;
+    QString LastMsg;
+    ScoreFile WR;
+
+    BoardView *m_view = nullptr;
+    BoardPlay *m_play = nullptr;
+    MatchSocket *m_data = nullptr;
+    MatchCues *m_cues = nullptr;
+    MatchChat *m_chat = nullptr;
+    QPointer<ChatHistory> CH;
+
+    QPushButton *Command1 = nullptr;
+    QPushButton *Command2 = nullptr;
+    QPushButton *Command3 = nullptr;
+    QPushButton *Command5 = nullptr;
+    QLineEdit *Text1 = nullptr;
+    ClippedLabel *Oname = nullptr;
+    ClippedLabel *Xname = nullptr;
+    ClippedLabel *WRL = nullptr;
+    ClippedLabel *WRL2 = nullptr;
+    ClippedLabel *message = nullptr;
+    ClippedLabel *MOUT = nullptr;
+    ClippedLabel *status = nullptr;
+    QLabel *XO = nullptr;
+    QLabel *Label1 = nullptr;
+    QLabel *GIL = nullptr;
+    QLabel *OutM = nullptr;
+    QLabel *TM = nullptr;
+    QLabel *TM2 = nullptr;
+    QLabel *Omsg = nullptr;
+    QLabel *Xmsg = nullptr;
+    QTimer *Timer5 = nullptr;
+    QTimer *Timer6 = nullptr;
+
+private:
+    void buildControls();
+    void apply(const WireEffect &effect);
+
+    bool m_loaded = false;
+    bool m_unloaded = false;
+};
