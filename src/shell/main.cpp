@@ -1,7 +1,26 @@
+#include "program.h"
+#include "screens.h"
+
 #include <QApplication>
+
+#include <cstdio>
 
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
-    return 0;
+    QCoreApplication::setOrganizationName(QStringLiteral("Pobrek"));
+    QCoreApplication::setApplicationName(QStringLiteral("dorvala"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
+
+    const Program::Options options = Program::parse(QCoreApplication::arguments());
+    if (!options.ok || options.exitNow) {
+        std::fputs(qPrintable(options.message + u'\n'), options.ok ? stdout : stderr);
+        return options.ok ? 0 : 2;
+    }
+
+    Screens screens;
+    Program program(screens);
+    program.watchSignals();
+    program.start(options);
+    return app.exec();
 }

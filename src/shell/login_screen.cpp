@@ -1,0 +1,274 @@
+#include "login_screen.h"
+
+#include "image_button.h"
+#include "screens.h"
+
+#include "platform/picture_store.h"
+#include "platform/rtf_document.h"
+#include "platform/settings.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTimer>
+
+namespace {
+
+const char *const kText = "color: #f4ead5; background: transparent; font-size: 12px;";
+
+QLabel *caption(QWidget *parent, const QString &name, const QString &text, const QRect &at)
+{
+    auto *label = new QLabel(text, parent);
+    label->setObjectName(name);
+    label->setGeometry(at);
+    label->setStyleSheet(QLatin1String(kText));
+    return label;
+}
+
+QLineEdit *box(QWidget *parent, const QString &name, const QString &text, const QRect &at)
+{
+    auto *edit = new QLineEdit(text, parent);
+    edit->setObjectName(name);
+    edit->setGeometry(at);
+    return edit;
+}
+
+QPushButton *pushButton(QWidget *parent, const QString &name, const QString &text, const QRect &at)
+{
+    auto *push = new QPushButton(text, parent);
+    push->setObjectName(name);
+    push->setGeometry(at);
+    return push;
+}
+
+// A clickable picture of the setup screen (host, join, lobby).
+class ChoiceImage : public QLabel
+{
+public:
+    using QLabel::QLabel;
+    std::function<void()> onClick;
+
+protected:
+    void mouseReleaseEvent(QMouseEvent *event) override
+    {
+        if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint())
+            && onClick)
+            onClick();
+    }
+};
+
+} // namespace
+
+LoginScreen::LoginScreen(Screens &screens)
+    : m_screens(screens)
+{
+    setObjectName(QStringLiteral("login"));
+    setWindowTitle(QStringLiteral("Login Dorvala Online 1.0"));
+    setFixedSize(480, 400);
+    setMouseTracking(true);
+
+    auto *back = new QLabel(this);
+    back->setGeometry(rect());
+    back->setScaledContents(true);
+    back->setPixmap(PictureStore::picture(QStringLiteral("TitleBack")));
+    back->setAttribute(Qt::WA_TransparentForMouseEvents);
+
+    caption(this, QStringLiteral("Label1"), QStringLiteral("Nama Pemain:"), {24, 20, 110, 24});
+    m_un = box(this, QStringLiteral("UN"), QString(), {136, 20, 180, 24});
+    caption(this, QStringLiteral("Label7"), QStringLiteral(" *7 karakter"), {320, 20, 120, 24});
+    m_hostT = box(this, QStringLiteral("hostT"), QStringLiteral("1"), {0, 0, 10, 10});
+    m_hostT->hide();
+
+    m_image1 = choice(QStringLiteral("Image1"), QStringLiteral("HostPick"),
+                      QStringLiteral("Jadi Tuan Rumah"), 24);
+    m_image2 = choice(QStringLiteral("Image2"), QStringLiteral("JoinPick"),
+                      QStringLiteral("Gabung Permainan"), 180);
+    m_image3 = choice(QStringLiteral("Image3"), QStringLiteral("Lobby"),
+                      QStringLiteral("Cari Lawan Online"), 336);
+    m_shape1 = new QFrame(this);
+    m_shape1->setObjectName(QStringLiteral("Shape1"));
+    m_shape1->setStyleSheet(QStringLiteral("border: 3px solid #ffd75e; border-radius: 8px;"
+                                           "background: transparent;"));
+    m_shape1->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_shape1->resize(m_image1->size() + QSize(8, 8));
+    moveMarkerTo(m_image1);
+
+    caption(this, QStringLiteral("Label5"), QStringLiteral("Nama/IP Tuan Rumah:"), {24, 190, 150, 24});
+    m_ho = new QComboBox(this);
+    m_ho->setObjectName(QStringLiteral("HO"));
+    m_ho->setGeometry(176, 190, 180, 24);
+    caption(this, QStringLiteral("Label6"), QStringLiteral("Host IP:"), {24, 222, 150, 24});
+    m_hip = box(this, QStringLiteral("HIP"), QStringLiteral("127.0.0.1"), {176, 222, 180, 24});
+    caption(this, QStringLiteral("Label4"), QStringLiteral("IP Anda:"), {24, 254, 150, 24});
+    m_mip = box(this, QStringLiteral("MIP"), QStringLiteral("RichTextBox1"), {176, 254, 180, 24});
+
+    m_option1 = new QRadioButton(QStringLiteral("Host Game"), this);
+    m_option1->setObjectName(QStringLiteral("Option1"));
+    m_option1->setGeometry(370, 190, 100, 24);
+    m_option1->setChecked(true);
+    m_option2 = new QRadioButton(QStringLiteral("Join Game"), this);
+    m_option2->setObjectName(QStringLiteral("Option2"));
+    m_option2->setGeometry(370, 222, 100, 24);
+    for (QRadioButton *option : {m_option1, m_option2})
+        option->setStyleSheet(QLatin1String(kText));
+    connect(m_option1, &QRadioButton::clicked, this, &LoginScreen::Option1_Click);
+    connect(m_option2, &QRadioButton::clicked, this, &LoginScreen::Option2_Click);
+
+    connect(pushButton(this, QStringLiteral("Command1"), QStringLiteral("Play"), {24, 292, 96, 26}),
+            &QPushButton::clicked, this, &LoginScreen::Command1_Click);
+    connect(pushButton(this, QStringLiteral("Command2"), QStringLiteral("Close"), {128, 292, 96, 26}),
+            &QPushButton::clicked, this, &LoginScreen::About_Click);
+    pushButton(this, QStringLiteral("Command3"), QStringLiteral("Who Online"), {232, 292, 96, 26});
+
+    m_play = new ImageButton(QStringLiteral("T1"), QStringLiteral("Play"), QStringLiteral("Mulai"),
+                             {24, 340, 121, 41}, this);
+    m_quit = new ImageButton(QStringLiteral("T2"), QStringLiteral("Quit"),
+                             QStringLiteral("Cari TR"), {176, 340, 121, 41}, this);
+    m_about = new ImageButton(QStringLiteral("T3"), QStringLiteral("About"),
+                              QStringLiteral("Keluar"), {328, 340, 121, 41}, this);
+    connect(m_play, &ImageButton::clicked, this, &LoginScreen::Play_Click);
+    connect(m_quit, &ImageButton::clicked, this, &LoginScreen::Quit_Click);
+    connect(m_about, &ImageButton::clicked, this, &LoginScreen::About_Click);
+
+    // Controls kept from the design that no code of this screen drives.
+    m_text1 = box(this, QStringLiteral("Text1"), QStringLiteral("Text1"), {0, 0, 10, 10});
+    m_text1->hide();
+    m_timer1 = new QTimer(this);
+    m_timer1->setObjectName(QStringLiteral("Timer1"));
+}
+
+QLabel *LoginScreen::choice(const QString &name, const QString &picture, const QString &text, int x)
+{
+    auto *image = new ChoiceImage(this);
+    image->setObjectName(name);
+    image->setGeometry(x + 12, 64, 120, 90);
+    image->setScaledContents(true);
+    image->setPixmap(PictureStore::picture(picture));
+    image->setCursor(Qt::PointingHandCursor);
+    if (name == QLatin1String("Image1"))
+        image->onClick = [this] { Image1_Click(); };
+    else if (name == QLatin1String("Image2"))
+        image->onClick = [this] { Image2_Click(); };
+    else
+        image->onClick = [this] { Image3_Click(); };
+    auto *label = caption(this, name + QStringLiteral("Caption"), text, {x, 158, 144, 20});
+    label->setAlignment(Qt::AlignCenter);
+    return image;
+}
+
+int LoginScreen::Form_Load()
+{
+    const int error = m_screens.loadLobbyHidden();
+    if (error != 0)
+        return error;
+    m_mip->setText(Settings::localIp());
+    return 0;
+}
+
+void LoginScreen::moveMarkerTo(QWidget *image)
+{
+    m_shape1->move(image->pos() - QPoint(4, 4));
+}
+
+void LoginScreen::Image1_Click()
+{
+    m_hostT->setText(QStringLiteral("1"));
+    m_ho->setEnabled(false);
+    moveMarkerTo(m_image1);
+}
+
+void LoginScreen::Image2_Click()
+{
+    m_hostT->setText(QStringLiteral("0"));
+    m_ho->setEnabled(true);
+    moveMarkerTo(m_image2);
+}
+
+void LoginScreen::Image3_Click()
+{
+    m_screens.showLobby();
+}
+
+void LoginScreen::Option1_Click()
+{
+    m_ho->setEnabled(false);
+    m_hip->setEnabled(false);
+}
+
+void LoginScreen::Option2_Click()
+{
+    m_ho->setEnabled(true);
+    m_hip->setEnabled(true);
+}
+
+QString LoginScreen::playerFile(const QString &name)
+{
+    return Settings::cFile(QStringLiteral("C:/-") + name);
+}
+
+void LoginScreen::Play_Click()
+{
+    // Only exactly 1 hosts; anything else joins.
+    bool ok = false;
+    const bool host = m_hostT->text().toDouble(&ok) == 1.0 && ok;
+    if (host) {
+        QString error;
+        if (!RtfDocument::save(playerFile(m_un->text()), m_mip->text(), &error)) {
+            QMessageBox::warning(this, windowTitle(),
+                                 QStringLiteral("Berkas pemain tidak dapat disimpan: ") + error);
+        }
+        m_screens.startHost(m_un->text(), pos(), true);
+    } else {
+        m_screens.startJoin(m_un->text(), m_hip->text(), pos(), true);
+    }
+    hide();
+}
+
+void LoginScreen::Command1_Click()
+{
+    if (m_option1->isChecked())
+        m_screens.startHost(m_un->text(), pos(), false);
+    if (m_option2->isChecked())
+        m_screens.startJoin(m_un->text(), m_hip->text(), pos(), false);
+}
+
+void LoginScreen::Quit_Click()
+{
+    m_screens.reloadLobbyHidden();
+}
+
+void LoginScreen::About_Click()
+{
+    m_screens.endProgram();
+}
+
+void LoginScreen::setHostList(const QStringList &hosts)
+{
+    m_ho->clear();
+    m_ho->addItems(hosts);
+}
+
+void LoginScreen::addHost(const QString &host)
+{
+    m_ho->addItem(host);
+}
+
+ImageButton *LoginScreen::button(const QString &zoneName) const
+{
+    for (ImageButton *b : {m_play, m_quit, m_about}) {
+        if (b->objectName() == zoneName)
+            return b;
+    }
+    return nullptr;
+}
+
+void LoginScreen::mouseMoveEvent(QMouseEvent *event)
+{
+    for (ImageButton *b : {m_play, m_quit, m_about})
+        b->setFace(ImageButton::Face::Normal);
+    QWidget::mouseMoveEvent(event);
+}

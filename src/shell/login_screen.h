@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QWidget>
+
+class ImageButton;
+class QComboBox;
+class QFrame;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QRadioButton;
+class QTimer;
+class Screens;
+
+// The setup screen "login": the player's name, host or join, this machine's address, the
+// host address to join, and the host list that the lobby fills.
+class LoginScreen : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit LoginScreen(Screens &screens);
+
+    // Returns 0, or the error that stopped the load (the lobby's registry out of reach).
+    int Form_Load();
+
+    void Image1_Click();
+    void Image2_Click();
+    void Image3_Click();
+    void Option1_Click();
+    void Option2_Click();
+    void Play_Click();
+    void Command1_Click();
+    void Quit_Click();
+    void About_Click();
+
+    // The host list as the lobby rebuilds it.
+    void setHostList(const QStringList &hosts);
+    void addHost(const QString &host);
+
+    QLineEdit *UN() const { return m_un; }
+    QLineEdit *HIP() const { return m_hip; }
+    QLineEdit *MIP() const { return m_mip; }
+    QLineEdit *hostT() const { return m_hostT; }
+    QComboBox *HO() const { return m_ho; }
+    QFrame *Shape1() const { return m_shape1; }
+    ImageButton *button(const QString &zoneName) const;
+
+    // The file hosting writes: "C:/-" followed by the player name.
+    static QString playerFile(const QString &name);
+
+protected:
+    void mouseMoveEvent(QMouseEvent *event) override;
+
+private:
+    QLabel *choice(const QString &name, const QString &picture, const QString &caption, int x);
+    void moveMarkerTo(QWidget *image);
+
+    Screens &m_screens;
+    QLineEdit *m_un;
+    QLineEdit *m_hostT;
+    QLabel *m_image1;
+    QLabel *m_image2;
+    QLabel *m_image3;
+    QFrame *m_shape1;
+    QComboBox *m_ho;
+    QLineEdit *m_hip;
+    QLineEdit *m_mip;
+    QRadioButton *m_option1;
+    QRadioButton *m_option2;
+    QLineEdit *m_text1;
+    QTimer *m_timer1;
+    ImageButton *m_play;
+    ImageButton *m_quit;
+    ImageButton *m_about;
+};

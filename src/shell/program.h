@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class QApplication;
+class QSocketNotifier;
+class Screens;
+
+// The program around the screens: command line, quick start, and the ending on SIGINT and
+// SIGTERM.
+class Program : public QObject
+{
+    Q_OBJECT
+public:
+    struct Options
+    {
+        bool host = false;
+        QString join;    // address to join, empty when not joining
+        QString name;
+        QString demo;    // folder for the self-play demo's screenshots
+        bool ok = true;  // false: the command line was wrong; `message` says why
+        bool exitNow = false;  // --help or --version: print `message` and end
+        QString message;
+    };
+
+    static Options parse(const QStringList &arguments);
+
+    explicit Program(Screens &screens);
+    // Shows the title screen and, for a quick start, takes the same road as the clicks.
+    void start(const Options &options);
+    // Closes the open screens on SIGINT/SIGTERM, as their title-bar close would.
+    void watchSignals();
+
+private:
+    void quickStart(const Options &options);
+    void onSignal();
+
+    Screens &m_screens;
+    QSocketNotifier *m_notifier = nullptr;
+};

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <QObject>
+#include <QPoint>
+#include <QPointer>
+
+class AboutScreen;
+class AdvertScreen;
+class LoginScreen;
+class TitleScreen;
+class QWidget;
+
+// The registry of the program's screens. Each screen exists once: it is created (and its
+// load step run) on first access, the same instance is handed out until it is unloaded, and
+// the next access after an unload makes a fresh one. Screens reach each other through it.
+class Screens : public QObject
+{
+    Q_OBJECT
+public:
+    // The one error the title screen reports: the registry could not be reached.
+    static constexpr int InternetError = 35754;
+
+    explicit Screens(QObject *parent = nullptr);
+    ~Screens() override;
+
+    TitleScreen *openi();
+    LoginScreen *login();
+    AboutScreen *ABt();
+    AdvertScreen *Form1();
+
+    bool isLoaded(const QString &name) const;
+    // Deletes the screen; its close handler does not run.
+    void unload(QWidget *screen);
+    QList<QWidget *> loadedScreens() const;
+
+    // Title "Mulai": loads the setup screen (which loads the lobby) and shows it.
+    // Returns 0, or the error that stopped it (InternetError when the registry is out of reach).
+    int openLogin();
+    // Title "Kreator": loads the about screen, or brings the open one to the front.
+    void showAbout();
+    // "Keluar": leave the event loop at once, without the screens' close handlers.
+    void endProgram();
+    // SIGINT/SIGTERM: close every open screen as its title-bar close would, then end.
+    void closeAllAndQuit();
+
+    // The lobby as the setup screen uses it: loaded hidden (0 or InternetError), shown,
+    // or unloaded and loaded hidden again.
+    int loadLobbyHidden();
+    void showLobby();
+    void reloadLobbyHidden();
+    // The match screens as the setup screen opens them; `place` puts them at `position`.
+    void startHost(const QString &name, QPoint position, bool place);
+    void startJoin(const QString &name, const QString &address, QPoint position, bool place);
+
+    static void showInternetError(QWidget *parent);
+    // The critical-stop message box; tests replace it to read what would be shown.
+    static std::function<void(QWidget *, const QString &title, const QString &text)> criticalBox;
+
+private:
+    int loadLogin();
+
+    QPointer<TitleScreen> m_openi;
+    QPointer<LoginScreen> m_login;
+    QPointer<AboutScreen> m_abt;
+    QPointer<AdvertScreen> m_form1;
+};

@@ -1,0 +1,165 @@
+#include "title_screen.h"
+
+#include "image_button.h"
+#include "screens.h"
+
+#include "platform/picture_store.h"
+#include "platform/settings.h"
+#include "platform/web_view.h"
+
+#include <QLabel>
+#include <QMouseEvent>
+#include <QTimer>
+#include <QUrl>
+
+namespace {
+
+QLabel *picture(QWidget *parent, const QString &name, const QString &pictureName, const QRect &at)
+{
+    auto *label = new QLabel(parent);
+    label->setObjectName(name);
+    label->setGeometry(at);
+    label->setScaledContents(true);
+    label->setPixmap(PictureStore::picture(pictureName));
+    return label;
+}
+
+QLabel *text(QWidget *parent, const QString &name, const QString &caption, const QRect &at,
+             const QString &style)
+{
+    auto *label = new QLabel(caption, parent);
+    label->setObjectName(name);
+    label->setGeometry(at);
+    label->setStyleSheet(style);
+    return label;
+}
+
+} // namespace
+
+TitleScreen::TitleScreen(Screens &screens)
+    : m_screens(screens)
+    , m_timer1(new QTimer(this))
+{
+    setObjectName(QStringLiteral("openi"));
+    setWindowTitle(QStringLiteral("Dorvala Online"));
+    setFixedSize(640, 420);
+    setMouseTracking(true);
+
+    auto *back = picture(this, QStringLiteral("Back"), QStringLiteral("TitleBack"), rect());
+    back->setAttribute(Qt::WA_TransparentForMouseEvents);
+    picture(this, QStringLiteral("Image1"), QStringLiteral("Deco1"), {24, 24, 96, 96});
+    picture(this, QStringLiteral("Image2"), QStringLiteral("Deco2"), {520, 24, 96, 96});
+
+    const QString shade = QStringLiteral("color: #f4ead5; background: transparent;");
+    text(this, QStringLiteral("Label2"), QStringLiteral("Pobrek Online Games"), {136, 40, 368, 36},
+         shade + QStringLiteral("font-size: 24px; font-weight: bold;"))
+        ->setAlignment(Qt::AlignCenter);
+    text(this, QStringLiteral("Label3"), QStringLiteral("Versi 1.0"), {136, 80, 368, 24},
+         shade + QStringLiteral("font-size: 13px;"))
+        ->setAlignment(Qt::AlignCenter);
+    m_label1 = text(this, QStringLiteral("Label1"), description(), {28, 150, 300, 190},
+                    shade + QStringLiteral("font-size: 13px;"));
+    m_label1->setWordWrap(true);
+    m_label1->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+
+    m_wb = new WebView(this);
+    m_wb->setObjectName(QStringLiteral("WB"));
+    m_wb->setGeometry(360, 150, 256, 240);
+
+    m_play = new ImageButton(QStringLiteral("T1"), QStringLiteral("Play"), QStringLiteral("Mulai"),
+                             {20, 360, 100, 41}, this);
+    m_about = new ImageButton(QStringLiteral("T3"), QStringLiteral("About"),
+                              QStringLiteral("Kreator"), {124, 360, 100, 41}, this);
+    m_quit = new ImageButton(QStringLiteral("T2"), QStringLiteral("Quit"), QStringLiteral("Keluar"),
+                             {228, 360, 100, 41}, this);
+    connect(m_play, &ImageButton::clicked, this, &TitleScreen::Play_Click);
+    connect(m_about, &ImageButton::clicked, this, &TitleScreen::About_Click);
+    connect(m_quit, &ImageButton::clicked, this, &TitleScreen::Quit_Click);
+
+    m_dk = picture(this, QStringLiteral("DK"), QStringLiteral("DK"), rect());
+    m_dk->raise();
+
+    m_timer1->setObjectName(QStringLiteral("Timer1"));
+    m_timer1->setInterval(4000);
+    connect(m_timer1, &QTimer::timeout, this, &TitleScreen::Timer1_Timer);
+    m_timer1->start();
+}
+
+void TitleScreen::Form_Load()
+{
+    m_wb->navigate(QUrl(Settings::makerUrl()));
+}
+
+void TitleScreen::Timer1_Timer()
+{
+    m_dk->setVisible(false);
+    m_timer1->stop();  // interval 0: the splash goes away exactly once
+}
+
+void TitleScreen::mouseMoveEvent(QMouseEvent *event)
+{
+    for (ImageButton *button : {m_play, m_quit, m_about})
+        button->setFace(ImageButton::Face::Normal);
+    QWidget::mouseMoveEvent(event);
+}
+
+void TitleScreen::Play_Click()
+{
+    // Opening the setup screen also loads the lobby, whose first listing may fail to reach
+    // the registry: only that failure is reported, and the title screen then stays.
+    const int error = m_screens.openLogin();
+    if (error == 0) {
+        m_screens.unload(this);
+        return;
+    }
+    if (error == Screens::InternetError)
+        Screens::showInternetError(this);
+}
+
+void TitleScreen::About_Click()
+{
+    m_screens.showAbout();
+    m_label1->setText(credits());
+}
+
+void TitleScreen::Quit_Click()
+{
+    m_screens.endProgram();
+}
+
+ImageButton *TitleScreen::button(const QString &zoneName) const
+{
+    for (ImageButton *button : {m_play, m_quit, m_about}) {
+        if (button->objectName() == zoneName)
+            return button;
+    }
+    return nullptr;
+}
+
+QLabel *TitleScreen::label(const QString &name) const
+{
+    return findChild<QLabel *>(name);
+}
+
+bool TitleScreen::splashVisible() const
+{
+    return m_dk->isVisible();
+}
+
+QString TitleScreen::description()
+{
+    return QStringLiteral(
+        "Game ini adalah game duel antar pemain Dorvala diseluruh dunia. "
+        "Dorvala Online mempertemukan dua pemain di papan sembilan titik: "
+        "susun tiga batu segaris, atau bentuk tanda tambah untuk skor tiga kali lipat. "
+        "Dibuat oleh Pobrek Online Games.\n\n"
+        "Untuk memulai permainan silahkan klik Mulai.\n\n"
+        "pobrek.example/dorvala");
+}
+
+QString TitleScreen::credits()
+{
+    return QStringLiteral(
+        "Dorvala Online 1.0 dibuat oleh Tim Dorvala untuk Pobrek Online Games: "
+        "desain, program, gambar dan suara. Terima kasih sudah bermain!");
+}
