@@ -220,9 +220,7 @@ void MatchScreen::loadCues()
 
 void MatchScreen::loadScore()
 {
-    WR.load();
-    if (!WR.notice().isEmpty())
-        showStatus(WR.notice());
+    m_play->loadScore();
 }
 
 void MatchScreen::data_DataArrival()
