@@ -143,7 +143,7 @@ QLabel *TitleScreen::label(const QString &name) const
 
 bool TitleScreen::splashVisible() const
 {
-    return m_dk->isVisible();
+    return m_dk->isVisibleTo(this);
 }
 
 QString TitleScreen::description()

@@ -1,0 +1,152 @@
+#include "shell/about_screen.h"
+#include "shell/image_button.h"
+#include "shell/screens.h"
+#include "shell/title_screen.h"
+
+#include "platform/tune_player.h"
+
+#include <QLabel>
+#include <QMouseEvent>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+void send(QWidget *target, QEvent::Type type)
+{
+    const QPointF at(target->width() / 2.0, target->height() / 2.0);
+    const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+    const Qt::MouseButtons buttons = type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
+    QMouseEvent event(type, at, target->mapToGlobal(at), button, buttons, Qt::NoModifier);
+    QApplication::sendEvent(target, &event);
+}
+
+char faceLetter(ImageButton::Face face)
+{
+    switch (face) {
+    case ImageButton::Face::Hover: return 'h';
+    case ImageButton::Face::Pressed: return 'p';
+    case ImageButton::Face::Normal: break;
+    }
+    return 'n';
+}
+
+} // namespace
+
+class TitleScreenTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        qputenv("DORVALA_DRIVE_C", m_drive.path().toUtf8());
+        m_screens = std::make_unique<Screens>();
+    }
+    void cleanup() { m_screens.reset(); }
+
+    void faces_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("faces");  // T1 T2 T3: n(ormal), h(over), p(ressed)
+        QTest::newRow("hover") << "Play:move" << "hnn";
+        QTest::newRow("press stays after release") << "Play:move Play:down Play:up" << "pnn";
+        QTest::newRow("move after press gives hover") << "Play:down Play:move" << "hnn";
+        QTest::newRow("zone to zone keeps the first hovered")
+            << "Play:move Quit:move About:move" << "hhh";
+        QTest::newRow("bare screen resets all") << "Play:move Quit:down form:move" << "nnn";
+        QTest::newRow("Quit drives T2") << "Quit:down" << "npn";
+        QTest::newRow("About drives T3") << "About:move" << "nnh";
+    }
+
+    void faces()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QString, faces);
+        TitleScreen *title = m_screens->openi();
+        for (const QString &step : steps.split(u' ')) {
+            const QString zone = step.section(u':', 0, 0);
+            const QString what = step.section(u':', 1, 1);
+            QWidget *target = zone == QLatin1String("form")
+                                  ? static_cast<QWidget *>(title)
+                                  : title->button(zone)->zone();
+            const QEvent::Type type = what == QLatin1String("move") ? QEvent::MouseMove
+                                      : what == QLatin1String("down") ? QEvent::MouseButtonPress
+                                                                      : QEvent::MouseButtonRelease;
+            send(target, type);
+        }
+        QString got;
+        for (const char *zone : {"Play", "Quit", "About"})
+            got += QLatin1Char(faceLetter(title->button(QLatin1String(zone))->face()));
+        QCOMPARE(got, faces);
+        // The face under Play is T1, under Quit T2, under About T3.
+        QCOMPARE(title->button(QStringLiteral("Quit"))->faceImage()->objectName(), QStringLiteral("T2"));
+    }
+
+    void splashHidesOnceAfterFourSeconds()
+    {
+        TitleScreen *title = m_screens->openi();
+        auto *timer = title->findChild<QTimer *>(QStringLiteral("Timer1"));
+        QVERIFY(title->splashVisible());
+        QCOMPARE(timer->interval(), 4000);
+        QVERIFY(timer->isActive());
+        QTRY_VERIFY_WITH_TIMEOUT(!title->splashVisible(), 8000);
+        QVERIFY(!timer->isActive());
+    }
+
+    void kreatorOpensAboutThenWritesCredits()
+    {
+        TitleScreen *title = m_screens->openi();
+        title->show();
+        QVERIFY(title->label(QStringLiteral("Label1"))->text().startsWith(
+            QStringLiteral("Game ini adalah game duel antar pemain Dorvala diseluruh dunia.")));
+        title->About_Click();
+        AboutScreen *about = m_screens->ABt();
+        QVERIFY(about->isVisible());
+        QCOMPARE(title->label(QStringLiteral("Label1"))->text(), TitleScreen::credits());
+        const int plays = about->AB()->playCount();
+
+        // While it is open, "Kreator" only brings it forward: no second load, no restart.
+        title->About_Click();
+        QCOMPARE(m_screens->ABt(), about);
+        QCOMPARE(about->AB()->playCount(), plays);
+        QCOMPARE(title->label(QStringLiteral("Label1"))->text(), TitleScreen::credits());
+    }
+
+    void aboutClosesOnlyFromBackgroundAndPictures_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<bool>("closes");
+        QTest::newRow("text") << "Label1" << false;
+        QTest::newRow("picture 1") << "Image1" << true;
+        QTest::newRow("picture 2") << "Image2" << true;
+        QTest::newRow("background") << "" << true;
+    }
+
+    void aboutClosesOnlyFromBackgroundAndPictures()
+    {
+        QFETCH(QString, target);
+        QFETCH(bool, closes);
+        m_screens->showAbout();
+        AboutScreen *about = m_screens->ABt();
+        QWidget *widget = target.isEmpty() ? about : about->findChild<QWidget *>(target);
+        QVERIFY(widget);
+        send(widget, QEvent::MouseButtonPress);
+        send(widget, QEvent::MouseButtonRelease);
+        QCOMPARE(!m_screens->isLoaded(QStringLiteral("ABt")), closes);
+        if (closes) {
+            // The next "Kreator" loads it anew and the tune starts again.
+            AboutScreen *fresh = m_screens->ABt();
+            QVERIFY(fresh != about);
+            QCOMPARE(fresh->AB()->playCount(), 1);
+        }
+    }
+
+private:
+    QTemporaryDir m_drive;
+    std::unique_ptr<Screens> m_screens;
+};
+
+QTEST_MAIN(TitleScreenTest)
+#include "tst_title_screen.moc"
