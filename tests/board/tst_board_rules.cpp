@@ -3,7 +3,6 @@
 #include "board/move_rules.h"
 #include "board/total_text.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
 class TestBoardRules : public QObject
@@ -16,10 +15,6 @@ private slots:
     void notPointNames_data();
     void notPointNames();
     void notation();
-    void changesAnnouncedOnce();
-    void click_data();
-    void click();
-    void receivedMark();
     void totals_data();
     void totals();
 };
@@ -75,46 +70,6 @@ void TestBoardRules::notation()
 
     for (const char *bad : {"", "O.X/.O.", "O.X/.O./X.O/...", "O.XX/.O./X.", "0.X/.O./X.O"})
         QVERIFY2(!Board::parse(QString::fromLatin1(bad)), bad);
-}
-
-void TestBoardRules::changesAnnouncedOnce()
-{
-    Board board;
-    QSignalSpy spy(&board, &Board::stateChanged);
-    board.setState(4, QStringLiteral("O"));
-    board.setState(4, QStringLiteral("O"));
-    board.setStates(*Board::parse(u"X../.O./..."));
-    board.clear();
-    QList<int> changed;
-    for (const QList<QVariant> &call : spy)
-        changed << call.at(0).toInt();
-    QCOMPARE(changed, (QList<int>{4, 0, 0, 4}));
-}
-
-void TestBoardRules::click_data()
-{
-    QTest::addColumn<QString>("state");
-    QTest::addColumn<bool>("allowed");
-    QTest::newRow("free") << "" << true;
-    QTest::newRow("X") << "X" << false;
-    QTest::newRow("O") << "O" << false;
-    QTest::newRow("scored X") << "X2" << false;
-    QTest::newRow("scored O") << "O2" << false;
-    QTest::newRow("unknown text") << "x" << false;
-}
-
-void TestBoardRules::click()
-{
-    QFETCH(QString, state);
-    QFETCH(bool, allowed);
-    QCOMPARE(MoveRules::clickAllowed(state), allowed);
-}
-
-void TestBoardRules::receivedMark()
-{
-    QCOMPARE(MoveRules::receivedMark(QStringLiteral("O")), QStringLiteral("X"));
-    QCOMPARE(MoveRules::receivedMark(QStringLiteral("X")), QStringLiteral("O"));
-    QCOMPARE(MoveRules::receivedMark(QStringLiteral("o")), QString());
 }
 
 void TestBoardRules::totals_data()

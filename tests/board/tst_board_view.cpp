@@ -17,7 +17,6 @@ private slots:
     void pictureFollowsState_data();
     void pictureFollowsState();
     void everyPointDrawnWhenBound();
-    void lockAndUnlock();
     void overlaySwallowsClicks();
     void lockIsInvisible();
 };
@@ -64,17 +63,6 @@ void TestBoardView::everyPointDrawnWhenBound()
     board.clear();
     for (int i = 0; i < Cell::Count; ++i)
         QCOMPARE(view.point(i)->picture().cacheKey(), PictureStore::picture("N").cacheKey());
-}
-
-void TestBoardView::lockAndUnlock()
-{
-    BoardView view;
-    view.LockBoard();
-    for (int i = 0; i < Cell::Count; ++i)
-        QVERIFY(!view.point(i)->isEnabled());
-    view.UnlockBoard();
-    for (int i = 0; i < Cell::Count; ++i)
-        QVERIFY(view.point(i)->isEnabled());
 }
 
 void TestBoardView::overlaySwallowsClicks()

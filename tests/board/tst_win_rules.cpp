@@ -31,7 +31,6 @@ private slots:
     void tick();
     void scoredInOrder_data();
     void scoredInOrder();
-    void captions();
 };
 
 void TestWinRules::tick_data()
@@ -101,24 +100,6 @@ void TestWinRules::scoredInOrder()
     for (const QList<QVariant> &call : changes)
         written << call.at(0).toInt();
     QCOMPARE(written, order);
-}
-
-void TestWinRules::captions()
-{
-    Board board = Board::fromString(u".O./OOO/.O.");
-    const WinResult theirPlus = WinRules::tick(board, QStringLiteral("X")).first();
-    QCOMPARE(theirPlus.caption(QStringLiteral("Budi")), QStringLiteral("Budi Melakukan +Triple Score"));
-
-    board.setStates(*Board::parse(u".O./OOO/.O."));
-    const WinResult ownPlus = WinRules::tick(board, QStringLiteral("O")).first();
-    QCOMPARE(ownPlus.caption(QStringLiteral("Budi")), QStringLiteral("Anda Menang! Bonus!! +Triple Score"));
-
-    WinResult line;
-    line.line = 3;
-    line.local = true;
-    QCOMPARE(line.caption(QString()), QStringLiteral("Anda Menang!"));
-    line.local = false;
-    QCOMPARE(line.caption(QStringLiteral("Budi")), QStringLiteral("Anda Kalah!"));
 }
 
 QTEST_GUILESS_MAIN(TestWinRules)
