@@ -1,0 +1,66 @@
+#!/usr/bin/python3
+"""The lobby's registry: a small FTP server on one folder, for tests and local play.
+
+Account "dorvala", password "418526", full rights on --root. Prints "READY <port>" on
+stdout once it listens (useful with --port 0, which takes a free port) and exits cleanly on
+SIGTERM or SIGINT.
+
+Run it with Debian's /usr/bin/python3 (python3-pyftpdlib); other interpreters on PATH may
+lack the module.
+"""
+
+import argparse
+import logging
+import os
+import signal
+import sys
+
+from pyftpdlib.authorizers import DummyAuthorizer
+from pyftpdlib.handlers import FTPHandler
+from pyftpdlib.servers import FTPServer
+
+ACCOUNT = "dorvala"
+PASSWORD = "418526"
+
+
+def main():
+    parser = argparse.ArgumentParser(description="FTP registry for Dorvala Online")
+    parser.add_argument("--host", default="127.0.0.1")
+    parser.add_argument("--port", type=int, default=2121, help="0 takes a free port")
+    parser.add_argument("--root", default=".", help="folder holding the registry entries")
+    parser.add_argument("--verbose", action="store_true", help="log every command on stderr")
+    args = parser.parse_args()
+
+    root = os.path.abspath(args.root)
+    os.makedirs(root, exist_ok=True)
+
+    logging.basicConfig(stream=sys.stderr,
+                        level=logging.INFO if args.verbose else logging.WARNING)
+
+    authorizer = DummyAuthorizer()
+    authorizer.add_user(ACCOUNT, PASSWORD, root, perm="elradfmwMT")
+
+    handler = FTPHandler
+    handler.authorizer = authorizer
+    handler.banner = "Dorvala registry ready."
+    # Logins with a wrong password should fail quickly in tests, not after pyftpdlib's
+    # default three-second penalty.
+    handler.auth_failed_timeout = 0.1
+
+    server = FTPServer((args.host, args.port), handler)
+    port = server.socket.getsockname()[1]
+
+    def stop(_signum, _frame):
+        raise SystemExit(0)
+
+    signal.signal(signal.SIGTERM, stop)
+    signal.signal(signal.SIGINT, stop)
+
+    print("READY %d" % port, flush=True)
+    # handle_exit closes every session when SystemExit arrives from the handler above.
+    server.serve_forever(handle_exit=True)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
