@@ -17,7 +17,7 @@ ICONS=$ASSETS/icons
 IM=${IM:-/usr/bin/convert}
 WORK=$(mktemp -d)
 trap 'rm -rf "$WORK"' EXIT
-export LC_ALL=C
+export LC_ALL=C PYTHONDONTWRITEBYTECODE=1
 mkdir -p "$PICTURES" "$SOUNDS" "$MAKER" "$ICONS"
 
 # shellcheck source=tools/lib.sh
@@ -60,7 +60,7 @@ make_tune() {
     fluidsynth -ni -F "$WORK/ab.wav" -r 22050 "$sf" "$SOUNDS/AB.MID" >/dev/null 2>&1
     local rms
     rms=$(sox "$WORK/ab.wav" -n stat 2>&1 | awk '/RMS +amplitude/ {print $3}')
-    awk -v r="$rms" 'BEGIN { if (r < 0.01) { print "the tune renders silent"; exit 1 } }'
+    awk -v r="$rms" 'BEGIN { if (r < 0.002) { print "the tune renders silent"; exit 1 } }'
   fi
 }
 

@@ -8,7 +8,7 @@ gold_shape() { # width height draw-command out
   "$IM" -size "${1}x${2}" gradient:'#fff2b0-#c88a22' "$w/gs_fill.png"
   "$IM" "$w/gs_mask.png" -blur 0x1.2 -shade 135x40 -evaluate multiply 0.778 "$w/gs_light.png"
   "$IM" "$w/gs_mask.png" -morphology Dilate Disk:1.5 "$w/gs_rim.png"
-  "$IM" -size "${1}x${2}" xc:black \( "$w/gs_rim.png" -blur 0x2 -roll +1+2 -evaluate multiply 0.6 \) \
+  "$IM" -size "${1}x${2}" xc:black \( "$w/gs_rim.png" -blur 0x2 -virtual-pixel black -distort SRT "0,0 1 0 1,2" -evaluate multiply 0.6 \) \
     -alpha off -compose copy_opacity -composite \
     \( -size "${1}x${2}" xc:'#3a2006' "$w/gs_rim.png" -alpha off -compose copy_opacity -composite \) \
     -compose over -composite \

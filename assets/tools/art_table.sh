@@ -14,7 +14,7 @@ rect_mask() { # width height x0 y0 x1 y1 radius out
 
 # Darkens the inside edges of a mask's shape on a picture, as if the shape were sunk in.
 recess() { # picture mask depth-percent out
-  "$IM" "$2" \( +clone -roll +2+3 -blur 0x3 -negate \) -compose multiply -composite \
+  "$IM" "$2" \( +clone -virtual-pixel black -distort SRT "0,0 1 0 2,3" -blur 0x3 -negate \) -compose multiply -composite \
     -evaluate multiply "0.0$3" "$WORK/recess_a.png"
   "$IM" "$1" \( -clone 0 -fill black -colorize 100 "$WORK/recess_a.png" \
     -alpha off -compose copy_opacity -composite \) -compose over -composite "$4"
@@ -76,7 +76,7 @@ make_table() { # out (640x480)
 
   make_slab "$w/slab.png" "$w/slab_mask.png"
   "$IM" "$w/table_felt2.png" \
-    \( "$w/slab_mask.png" -background black -alpha shape -blur 0x6 -roll +4+6 \
+    \( "$w/slab_mask.png" -background black -alpha shape -blur 0x6 -virtual-pixel transparent -distort SRT "0,0 1 0 4,6" \
        -channel A -evaluate multiply 0.75 +channel \) -compose over -composite \
     "$w/slab.png" -compose over -composite "$1"
 }
@@ -132,7 +132,7 @@ make_slab() { # out-rgba out-mask
 
 make_board_and_match() {
   make_table "$WORK/table_full.png"
-  save_png "$WORK/table_full.png" "$PICTURES/Match.png"
+  save_png_opaque "$WORK/table_full.png" "$PICTURES/Match.png"
   "$IM" "$WORK/table_full.png" -crop 497x305+0+0 +repage "$WORK/board.png"
-  save_png "$WORK/board.png" "$PICTURES/Board.png"
+  save_png_opaque "$WORK/board.png" "$PICTURES/Board.png"
 }

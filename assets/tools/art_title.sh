@@ -1,4 +1,6 @@
-# The title screen: the splash DK.png and the calmer background TitleBack.png.
+# The title screen: the splash DK.png and the calmer background TitleBack.png (title at the
+# top, y 10..75; a free band below it; felt panels for the description, x 16..334,
+# y 146..334, and for the maker's page, x 354..626, y 146..404).
 # Sourced by make_assets.sh (after art_table.sh, whose slab and pieces it reuses).
 
 # Bevelled gold lettering with a dark outline, as an RGBA picture trimmed to its ink.
@@ -14,7 +16,7 @@ gold_text() { # text font pointsize out [outline-px]
   "$IM" "$w/gt_fill.png" "$w/gt_light.png" -compose hardlight -composite \
     "$w/gt_mask.png" -alpha off -compose copy_opacity -composite "$w/gt_face.png"
   "$IM" "$w/gt_mask.png" -morphology Dilate "Disk:$line" -blur 0x0.6 "$w/gt_outline_a.png"
-  "$IM" "$w/gt_outline_a.png" -blur 0x4 -roll +3+5 -evaluate multiply 0.8 "$w/gt_shadow_a.png"
+  "$IM" "$w/gt_outline_a.png" -blur 0x4 -virtual-pixel black -distort SRT "0,0 1 0 3,5" -evaluate multiply 0.8 "$w/gt_shadow_a.png"
   "$IM" -size "$size" xc:black "$w/gt_shadow_a.png" -alpha off -compose copy_opacity -composite \
     \( -size "$size" xc:'#2a1405' "$w/gt_outline_a.png" -alpha off -compose copy_opacity -composite \) \
     -compose over -composite "$w/gt_face.png" -compose over -composite -trim +repage "$4"
@@ -94,7 +96,7 @@ make_splash() {
   "$IM" "$w/dk.png" -fill none -stroke '#c9a04a' -strokewidth 1.5 \
     -draw "rectangle 6,6 633,413" -stroke '#5b3d12' -strokewidth 1 -draw "rectangle 9,9 630,410" \
     "$w/dk_framed.png"
-  save_png "$w/dk_framed.png" "$PICTURES/DK.png"
+  save_png_opaque "$w/dk_framed.png" "$PICTURES/DK.png"
 }
 
 make_title_back() {
@@ -114,19 +116,12 @@ make_title_back() {
     -compose over -composite "$w/tb_panels.png"
   recess "$w/tb_panels.png" "$w/tb_mask.png" 75 "$w/tb_sunk.png"
 
-  gold_text "Dorvala Online" "$FONT_TITLE" 52 "$w/tb_title.png" 3
-  soft_text "Pobrek Online Games" "$FONT_TITLE_ITALIC" 17 '#e9d6a8' "$w/tb_sub.png"
-  local tw sw
+  # Only the title is painted: the screen's own labels (studio, version) and its two
+  # decoration pictures go in the band below it and at its sides.
+  gold_text "Dorvala Online" "$FONT_TITLE" 48 "$w/tb_title.png" 3
+  local tw
   tw=$("$IM" "$w/tb_title.png" -format %w info:)
-  sw=$("$IM" "$w/tb_sub.png" -format %w info:)
-  # Small stones flank the title.
-  stone O 40 "$w/tb_o.png"
-  stone X 40 "$w/tb_x.png"
-  local lx=$(( (W - tw) / 2 - 50 )) rx=$(( (W + tw) / 2 + 10 ))
   "$IM" "$w/tb_sunk.png" \
-    "$w/tb_title.png" -geometry "+$(( (W - tw) / 2 ))+22" -compose over -composite \
-    "$w/tb_sub.png" -geometry "+$(( (W - sw) / 2 ))+100" -compose over -composite "$w/tb_1.png"
-  drop_on "$w/tb_1.png" "$w/tb_o.png" $lx 38 70 3 2 4 "$w/tb_2.png"
-  drop_on "$w/tb_2.png" "$w/tb_x.png" $rx 38 70 3 2 4 "$w/tb.png"
-  save_png "$w/tb.png" "$PICTURES/TitleBack.png"
+    "$w/tb_title.png" -geometry "+$(( (W - tw) / 2 ))+10" -compose over -composite "$w/tb.png"
+  save_png_opaque "$w/tb.png" "$PICTURES/TitleBack.png"
 }

@@ -56,7 +56,7 @@ bubble() { # side(left|right) rim out
     \( "$w/bb_mask.png" -evaluate multiply 0.93 \) -alpha off -compose copy_opacity -composite \
     "$w/bb_body.png"
   # A faint shadow below makes it float over the table.
-  "$IM" -size 230x64 xc:black \( "$w/bb_mask.png" -blur 0x2 -roll +1+2 -evaluate multiply 0.45 \) \
+  "$IM" -size 230x64 xc:black \( "$w/bb_mask.png" -blur 0x2 -virtual-pixel black -distort SRT "0,0 1 0 1,2" -evaluate multiply 0.45 \) \
     -alpha off -compose copy_opacity -composite "$w/bb_body.png" -compose over -composite "$3"
 }
 
@@ -78,7 +78,7 @@ chat_icon() { # top bottom tail-side(left|right) out
   "$IM" "$w/ci_fill.png" "$w/ci_light.png" -compose hardlight -composite \
     -fill '#fff8e6' -draw "circle 14,20 17,20 circle 24,20 27,20 circle 34,20 37,20" \
     "$w/ci_mask.png" -alpha off -compose copy_opacity -composite "$w/ci_body.png"
-  "$IM" -size 48x48 xc:black \( "$w/ci_mask.png" -blur 0x1.5 -roll +1+2 -evaluate multiply 0.5 \) \
+  "$IM" -size 48x48 xc:black \( "$w/ci_mask.png" -blur 0x1.5 -virtual-pixel black -distort SRT "0,0 1 0 1,2" -evaluate multiply 0.5 \) \
     -alpha off -compose copy_opacity -composite "$w/ci_body.png" -compose over -composite "$4"
 }
 

@@ -11,6 +11,11 @@ save_png() { # in out
   "$IM" "$1" -strip -define png:exclude-chunks=date,time,tIME "PNG32:$2"
 }
 
+# The same for pictures that cover their whole area: no alpha channel, smaller files.
+save_png_opaque() { # in out
+  "$IM" "$1" -alpha off -strip -define png:exclude-chunks=date,time,tIME "PNG24:$2"
+}
+
 # Cuts a rendered RGBA picture to a GIF with one-bit transparency: edge pixels are first
 # blended onto the colour the picture will lie on, then alpha is thresholded at half.
 save_gif() { # in matte-colour out

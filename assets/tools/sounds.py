@@ -143,7 +143,7 @@ def room(signal, wet=0.18):
     return out
 
 
-def finish(signal, seconds):
+def finish(signal, seconds, peak_level=PEAK):
     """Cuts to length, fades the tail, normalises the peak."""
     n = int(seconds * RATE)
     sig = (signal + [0.0] * n)[:n]
@@ -152,7 +152,7 @@ def finish(signal, seconds):
         sig[n - fade + i] *= 0.5 + 0.5 * math.cos(math.pi * i / fade)
     sig[0] = 0.0
     peak = max(abs(v) for v in sig) or 1.0
-    return [v * PEAK / peak for v in sig]
+    return [v * peak_level / peak for v in sig]
 
 
 def note(name):
@@ -182,30 +182,30 @@ def make_lose():
 
 
 def make_place():
-    return finish(knock(620.0, 0.12, seed=7), 0.12)
+    return finish(knock(620.0, 0.12, seed=7), 0.12, 0.85)
 
 
 def make_opponent():
-    track = knock(880.0, 0.15, seed=11, brightness=1.3)
-    return finish(track, 0.15)
+    return finish(knock(880.0, 0.15, seed=11, brightness=1.3), 0.15, 0.85)
 
 
 def make_refused():
-    return finish(buzz(98.0, 0.2), 0.2)
+    return finish(buzz(98.0, 0.2), 0.2, 0.65)
 
 
 def make_chat():
     track = silence(0.25)
     mix_into(track, blip(note("E6"), note("E6"), 0.11), 0.0)
     mix_into(track, blip(note("A6") * 0.97, note("A6"), 0.13), 0.1)
-    return finish(track, 0.25)
+    # Pure high tones sound louder than the knocks at the same peak: keep the blip modest.
+    return finish(track, 0.25, 0.5)
 
 
 def make_welcome():
     track = silence(0.6)
     for n, at in (("G5", 0.0), ("C6", 0.11), ("E6", 0.22)):
         mix_into(track, bell(note(n), 0.38, decay=5.0), at)
-    return finish(room(track, 0.22), 0.6)
+    return finish(room(track, 0.22), 0.6, 0.7)
 
 
 CUES = {

@@ -56,23 +56,23 @@ def cross(reach, half_width, rounding):
 
 # Materials: colours as (r, g, b) in 0..1.
 JADE = dict(deep=(0.02, 0.18, 0.20), base=(0.08, 0.58, 0.56), glow=(0.50, 1.0, 0.82),
-            rim=(0.01, 0.08, 0.09), env=(0.75, 0.95, 1.0), spec=1.0, mottle=0.18)
+            rim=(0.01, 0.08, 0.09), env=(0.75, 0.95, 1.0), shine=1.0, mottle=0.18)
 JADE_LIT = dict(deep=(0.05, 0.34, 0.34), base=(0.25, 0.86, 0.78), glow=(0.80, 1.0, 0.90),
-                rim=(0.02, 0.13, 0.12), env=(0.9, 1.0, 1.0), spec=1.2, mottle=0.15)
+                rim=(0.02, 0.13, 0.12), env=(0.9, 1.0, 1.0), shine=1.2, mottle=0.15)
 CARNELIAN = dict(deep=(0.30, 0.03, 0.02), base=(0.86, 0.20, 0.10), glow=(1.0, 0.72, 0.18),
-                 rim=(0.16, 0.02, 0.01), env=(1.0, 0.9, 0.8), spec=1.0)
+                 rim=(0.16, 0.02, 0.01), env=(1.0, 0.9, 0.8), shine=1.0)
 CARNELIAN_LIT = dict(deep=(0.46, 0.05, 0.03), base=(1.0, 0.27, 0.14), glow=(1.0, 0.70, 0.30),
-                     rim=(0.22, 0.04, 0.01), env=(1.0, 0.95, 0.85), spec=1.2)
+                     rim=(0.22, 0.04, 0.01), env=(1.0, 0.95, 0.85), shine=1.2)
 GOLD = dict(deep=(0.36, 0.20, 0.03), base=(0.98, 0.76, 0.22), glow=(1.0, 0.95, 0.55),
-            rim=(0.20, 0.10, 0.01), env=(1.0, 0.97, 0.8), spec=1.4)
+            rim=(0.20, 0.10, 0.01), env=(1.0, 0.97, 0.8), shine=1.4)
 AMBER_LAMP = dict(deep=(0.55, 0.25, 0.02), base=(1.0, 0.72, 0.15), glow=(1.0, 1.0, 0.70),
-                  rim=(0.28, 0.12, 0.01), env=(1.0, 1.0, 0.9), spec=1.3)
+                  rim=(0.28, 0.12, 0.01), env=(1.0, 1.0, 0.9), shine=1.3)
 SLATE = dict(deep=(0.07, 0.08, 0.09), base=(0.26, 0.29, 0.30), glow=(0.36, 0.42, 0.42),
-             rim=(0.03, 0.03, 0.04), env=(0.5, 0.55, 0.55), spec=0.45)
+             rim=(0.03, 0.03, 0.04), env=(0.5, 0.55, 0.55), shine=0.45)
 AURA = dict(aura=True, base=(0.90, 0.66, 0.22), glow=(1.0, 0.97, 0.78),
             rim=(0.30, 0.14, 0.02))
 OCEAN = dict(deep=(0.02, 0.12, 0.26), base=(0.12, 0.45, 0.75), glow=(0.45, 0.9, 1.0),
-             rim=(0.01, 0.05, 0.12), env=(0.8, 0.95, 1.0), spec=1.0)
+             rim=(0.01, 0.05, 0.12), env=(0.8, 0.95, 1.0), shine=1.0)
 
 
 def _mix(a, b, t):
@@ -155,8 +155,8 @@ def _shade(layer, mat, nrm, x, y):
     fres = (1.0 - nrm[2]) ** 2
     col = _mix(col, mat["env"], fres * 0.22)
     ndh = max(0.0, _dot(nrm, HALF))
-    spec = (ndh ** 120 * 1.1 + ndh ** 14 * 0.16) * mat["spec"]
-    return tuple(min(1.0, col[c] + spec) for c in range(3))
+    gloss = (ndh ** 120 * 1.1 + ndh ** 14 * 0.16) * mat["shine"]
+    return tuple(min(1.0, col[c] + gloss) for c in range(3))
 
 
 def _globe_lines(col, nrm, x, y):
