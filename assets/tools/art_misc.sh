@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # The setup screen's choice pictures, the about pictures, the application icon and the
 # maker page's logo. Sourced by make_assets.sh (after art_table.sh and art_title.sh).
 

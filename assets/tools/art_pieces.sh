@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # The board pictures (N, O, X, O2, X2 as 65x65 GIFs), the two turn lamps and the two
 # decoration stones. Sourced by make_assets.sh.
 

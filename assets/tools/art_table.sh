@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # The match table: a walnut table with a teal felt mat, the wooden board slab with its
 # carved lattice and sockets, the side panels; Board.png and Match.png are cut from it.
 # Sourced by make_assets.sh.

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # The title screen: the splash DK.png and the calmer background TitleBack.png (title at the
 # top, y 10..75; a free band below it; felt panels for the description, x 16..334,
 # y 146..334, and for the maker's page, x 354..626, y 146..404).

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Screen furniture: the button faces T1..T4, the speech bubbles, the chat icons and the
 # three choice pictures of the setup screen. Sourced by make_assets.sh.
 

@@ -1,10 +1,9 @@
+# shellcheck shell=bash
 # Shared helpers of the art scripts; sourced by make_assets.sh (needs $IM, $TOOLS, $WORK).
 # Every random texture takes a fixed -seed so that a rerun gives the same pixels.
 
 FONT_TITLE=/usr/share/fonts/opentype/urw-base35/P052-Bold.otf
-FONT_TITLE_ITALIC=/usr/share/fonts/opentype/urw-base35/P052-BoldItalic.otf
 FONT_SANS_BOLD=/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf
-FONT_SANS=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf
 
 # Writes a PNG without time stamps or other metadata, so reruns are byte-identical.
 save_png() { # in out
