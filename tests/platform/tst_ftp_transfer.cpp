@@ -1,0 +1,408 @@
+#include "platform/ftp_transfer.h"
+#include "platform/settings.h"
+#include "support/black_hole_server.h"
+#include "support/ftp_server.h"
+#include "support/match_env.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <memory>
+#include <vector>
+
+#ifdef Q_OS_LINUX
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+constexpr int Patience = 30000;  // generous: a loaded two-core machine
+
+void configure(FtpTransfer &inet, const QString &url)
+{
+    inet.setAccessType(1);
+    inet.setRequestTimeout(50);
+    inet.setProtocol(4);
+    inet.setUrl(url);
+    inet.setUserName(QStringLiteral("dorvala"));
+    inet.setPassword(QStringLiteral("418526"));
+}
+
+// Waits for the end of the request; returns the states seen (empty on a time-out).
+QList<int> finish(QSignalSpy &spy)
+{
+    QList<int> states;
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < Patience) {
+        while (!spy.isEmpty()) {
+            states.append(spy.takeFirst().at(0).toInt());
+            if (states.last() == FtpTransfer::Error
+                || states.last() == FtpTransfer::ResponseCompleted)
+                return states;
+        }
+        spy.wait(1000);
+    }
+    return {};
+}
+
+QString drain(FtpTransfer &inet)
+{
+    QString response;
+    for (QString chunk = inet.GetChunk(4096); !chunk.isEmpty(); chunk = inet.GetChunk(4096)) {
+        if (chunk.size() > 4096)
+            return QStringLiteral("chunk too long");
+        response += chunk;
+    }
+    return response;
+}
+
+#ifdef Q_OS_LINUX
+// A loopback port whose accept queue is full: the kernel drops further connection
+// attempts, so a client neither connects nor is refused.
+class FullBacklog
+{
+public:
+    ~FullBacklog()
+    {
+        for (int fd : m_fds)
+            ::close(fd);
+    }
+
+    // False if no attempt could be made to hang.
+    bool start()
+    {
+        const int listener = open();
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        if (::bind(listener, reinterpret_cast<sockaddr *>(&address), length) != 0
+            || ::listen(listener, 0) != 0
+            || ::getsockname(listener, reinterpret_cast<sockaddr *>(&address), &length) != 0)
+            return false;
+        port = ntohs(address.sin_port);
+        for (int i = 0; i < 8; ++i) {
+            const int client = open();
+            ::fcntl(client, F_SETFL, O_NONBLOCK);
+            ::connect(client, reinterpret_cast<sockaddr *>(&address), sizeof address);
+            pollfd wait{client, POLLOUT, 0};
+            if (::poll(&wait, 1, 1000) == 0)
+                return true;  // this one hangs: the queue is full
+        }
+        return false;
+    }
+
+    quint16 port = 0;
+
+private:
+    int open()
+    {
+        m_fds.push_back(::socket(AF_INET, SOCK_STREAM, 0));
+        return m_fds.back();
+    }
+
+    std::vector<int> m_fds;
+};
+#endif
+
+} // namespace
+
+class TestFtpTransfer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void listing_data();
+    void listing();
+    void putThenList();
+    void putNameWithBlanks();
+    void deleteRemoves();
+    void deleteOfMissingEntryFails();
+    void failures_data();
+    void failures();
+    void noConnectionInTime();
+    void refusedWhileExecuting();
+    void blackHoleKeepsLoopRunningAndCancels();
+    void silentServerTimesOut();
+    void destroyedMidTransfer();
+
+private:
+    QTemporaryDir m_driveC;
+    FtpServer m_server;
+};
+
+void TestFtpTransfer::initTestCase()
+{
+    QVERIFY(m_driveC.isValid());
+    qputenv("DORVALA_DRIVE_C", m_driveC.path().toLocal8Bit());
+    QVERIFY2(m_server.start(), qPrintable(m_server.error()));
+}
+
+void TestFtpTransfer::init()
+{
+    QDir root(m_server.root());
+    for (const QString &name : root.entryList(QDir::Files))
+        QVERIFY(root.remove(name));
+}
+
+void TestFtpTransfer::listing_data()
+{
+    QTest::addColumn<QStringList>("names");
+    QTest::newRow("two") << QStringList{"127.0.0.7", "127.0.0.9"};
+    QTest::newRow("none") << QStringList{};
+    QStringList many;
+    for (int i = 0; i < 10000; ++i)
+        many.append(QStringLiteral("127.0.%1.%2").arg(i / 250).arg(i % 250 + 1));
+    QTest::newRow("ten thousand") << many;
+}
+
+void TestFtpTransfer::listing()
+{
+    QFETCH(QStringList, names);
+    QVERIFY(m_server.addEntries(names));
+
+    FtpTransfer inet;
+    configure(inet, m_server.url());
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QVERIFY(inet.StillExecuting());
+    const QList<int> states = finish(spy);
+    QCOMPARE(states, (QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected,
+                                 FtpTransfer::ResponseCompleted}));
+    QVERIFY(!inet.StillExecuting());
+    QCOMPARE(inet.lastError(), 0);
+
+    const QString response = drain(inet);
+    QVERIFY(response.isEmpty() || response.endsWith(QStringLiteral("\r\n")));
+    QStringList listed = response.split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    QCOMPARE(listed.size(), names.size());
+    QCOMPARE(response.count(u'\r'), names.size());
+    listed.sort();
+    names.sort();
+    QCOMPARE(listed, names);
+    QVERIFY(inet.GetChunk(4096).isEmpty());
+}
+
+void TestFtpTransfer::putThenList()
+{
+    const QByteArray content = "{\\rtf1 127.0.0.5\\par }";
+    QFile local(Settings::cFile(QStringLiteral("C:/127.0.0.5")));
+    QVERIFY(local.open(QIODevice::WriteOnly));
+    local.write(content);
+    local.close();
+
+    FtpTransfer inet;
+    configure(inet, m_server.url());
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("PUT C:/127.0.0.5 127.0.0.5")));
+    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
+    QFile remote(m_server.root() + QStringLiteral("/127.0.0.5"));
+    QVERIFY(remote.open(QIODevice::ReadOnly));
+    QCOMPARE(remote.readAll(), content);
+
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
+    QCOMPARE(drain(inet), QStringLiteral("127.0.0.5\r\n"));
+}
+
+void TestFtpTransfer::putNameWithBlanks()
+{
+    QFile local(Settings::cFile(QStringLiteral("C:/[Nomor IP]")));
+    QVERIFY(local.open(QIODevice::WriteOnly));
+    local.write("x");
+    local.close();
+
+    FtpTransfer inet;
+    configure(inet, m_server.url());
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("PUT C:/[Nomor IP] [Nomor IP]")));
+    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
+    QCOMPARE(m_server.entries(), QStringList{"[Nomor IP]"});
+}
+
+void TestFtpTransfer::deleteRemoves()
+{
+    QVERIFY(m_server.addEntries({"127.0.0.5", "127.0.0.6"}));
+    FtpTransfer inet;
+    configure(inet, m_server.url());
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("DELETE 127.0.0.5")));
+    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
+    QCOMPARE(m_server.entries(), QStringList{"127.0.0.6"});
+}
+
+void TestFtpTransfer::deleteOfMissingEntryFails()
+{
+    FtpTransfer inet;
+    configure(inet, m_server.url());
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("DELETE 127.0.0.5")));
+    QCOMPARE(finish(spy).last(), int(FtpTransfer::Error));
+    QCOMPARE(inet.lastError(), int(FtpTransfer::ServerError));
+    QVERIFY(!inet.lastErrorText().isEmpty());
+}
+
+void TestFtpTransfer::failures_data()
+{
+    QTest::addColumn<bool>("serverUp");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QList<int>>("states");
+    QTest::addColumn<int>("error");
+
+    QTest::newRow("server down")
+        << false << QStringLiteral("418526")
+        << QList<int>{FtpTransfer::Connecting, FtpTransfer::Error}
+        << int(FtpTransfer::UnableToConnect);
+    QTest::newRow("wrong password")
+        << true << QStringLiteral("000000")
+        << QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected, FtpTransfer::Error}
+        << int(FtpTransfer::LoginRefused);
+}
+
+void TestFtpTransfer::failures()
+{
+    QFETCH(bool, serverUp);
+    QFETCH(QString, password);
+    QFETCH(QList<int>, states);
+    QFETCH(int, error);
+
+    FtpTransfer inet;
+    configure(inet, serverUp ? m_server.url()
+                             : QStringLiteral("ftp://dorvala@127.0.0.1:%1/")
+                                   .arg(MatchEnv::freePort()));
+    inet.setPassword(password);
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QCOMPARE(finish(spy), states);
+    QCOMPARE(inet.lastError(), error);
+    QVERIFY(!inet.StillExecuting());
+    QVERIFY(inet.GetChunk(4096).isEmpty());
+}
+
+void TestFtpTransfer::noConnectionInTime()
+{
+#ifdef Q_OS_LINUX
+    FullBacklog server;
+    if (!server.start())
+        QSKIP("cannot make a connection attempt hang on loopback here");
+    FtpTransfer inet;
+    configure(inet, QStringLiteral("ftp://dorvala@127.0.0.1:%1/").arg(server.port));
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QCOMPARE(finish(spy), (QList<int>{FtpTransfer::Connecting, FtpTransfer::Error}));
+    QCOMPARE(inet.lastError(), int(FtpTransfer::UnableToConnect));
+    QVERIFY(clock.elapsed() >= FtpTransfer::ConnectTimeoutMs - 500);
+#else
+    QSKIP("needs Linux sockets");
+#endif
+}
+
+void TestFtpTransfer::refusedWhileExecuting()
+{
+    FtpTransfer inet;
+    configure(inet, m_server.url());
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QVERIFY(!inet.Execute(QStringLiteral("DIR")));
+    QCOMPARE(inet.lastError(), int(FtpTransfer::StillExecutingLastRequest));
+    QVERIFY(!inet.Execute(QStringLiteral("RENAME a b")));
+    // The running request is untouched by the refusals.
+    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
+    QVERIFY(!inet.Execute(QStringLiteral("NOOP")));
+    QCOMPARE(inet.lastError(), int(FtpTransfer::UnsupportedCommand));
+    QVERIFY(spy.isEmpty());
+}
+
+void TestFtpTransfer::blackHoleKeepsLoopRunningAndCancels()
+{
+    BlackHoleServer hole;
+    QVERIFY(hole.start());
+    FtpTransfer inet;
+    configure(inet, hole.url());
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+
+    int ticks = 0;
+    QTimer ticker;
+    connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
+    ticker.start(10);
+
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), 2, Patience);
+    QCOMPARE(spy.at(1).at(0).toInt(), int(FtpTransfer::Connected));
+    // Connected, and the server says nothing: the loop goes on meanwhile.
+    const int before = ticks;
+    QTRY_VERIFY_WITH_TIMEOUT(ticks >= before + 20, Patience);
+    QVERIFY(inet.StillExecuting());
+
+    QElapsedTimer clock;
+    clock.start();
+    inet.Cancel();
+    QVERIFY(clock.elapsed() < 1000);
+    QVERIFY(!inet.StillExecuting());
+
+    // Ready for the next request at once.
+    configure(inet, m_server.url());
+    spy.clear();
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
+}
+
+void TestFtpTransfer::silentServerTimesOut()
+{
+    BlackHoleServer hole;
+    QVERIFY(hole.start());
+    FtpTransfer inet;
+    configure(inet, hole.url());
+    inet.setRequestTimeout(1);
+    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
+    QVERIFY(inet.Execute(QStringLiteral("DIR")));
+    QCOMPARE(finish(spy), (QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected,
+                                      FtpTransfer::Error}));
+    QCOMPARE(inet.lastError(), int(FtpTransfer::RequestTimedOut));
+}
+
+void TestFtpTransfer::destroyedMidTransfer()
+{
+    BlackHoleServer hole;
+    QVERIFY(hole.start());
+    QFile local(Settings::cFile(QStringLiteral("C:/127.0.0.8")));
+    QVERIFY(local.open(QIODevice::WriteOnly));
+    local.write("entry");
+    local.close();
+
+    QElapsedTimer clock;
+    clock.start();
+    {
+        auto listing = std::make_unique<FtpTransfer>();
+        configure(*listing, hole.url());
+        QVERIFY(listing->Execute(QStringLiteral("DIR")));
+        auto upload = std::make_unique<FtpTransfer>();
+        configure(*upload, m_server.url());
+        QVERIFY(upload->Execute(QStringLiteral("PUT C:/127.0.0.8 127.0.0.8")));
+        QCoreApplication::processEvents();
+    }
+    QVERIFY(clock.elapsed() < 1000);
+    // The upload of the destroyed object still ends, which the program's exit waits for;
+    // the listing is simply dropped.
+    QVERIFY(FtpTransfer::waitForPending(Patience));
+    QCOMPARE(m_server.entries(), QStringList{"127.0.0.8"});
+    QVERIFY(FtpTransfer::waitForPending(0));
+}
+
+QTEST_GUILESS_MAIN(TestFtpTransfer)
+#include "tst_ftp_transfer.moc"
