@@ -1,0 +1,61 @@
+#include "host_registry.h"
+
+#include "platform/ftp_transfer.h"
+#include "platform/rtf_document.h"
+#include "platform/settings.h"
+
+#include <QUrl>
+
+const char *const HostRegistry::Password = "418526";
+
+HostRegistry::HostRegistry(QObject *parent)
+    : QObject(parent)
+    , m_inet1(new FtpTransfer(this))
+    , m_inet2(new FtpTransfer(this))
+    , m_inet3(new FtpTransfer(this))
+{
+    m_inet1->setObjectName(QStringLiteral("Inet1"));
+    m_inet2->setObjectName(QStringLiteral("Inet2"));
+    m_inet3->setObjectName(QStringLiteral("Inet3"));
+}
+
+void HostRegistry::configure()
+{
+    const QString url = Settings::ftpUrl();
+    const QString account = QUrl(url).userName();
+    for (FtpTransfer *inet : {m_inet1, m_inet2, m_inet3}) {
+        inet->setAccessType(AccessDirect);
+        inet->setRequestTimeout(RequestTimeoutSeconds);
+        inet->setProtocol(ProtocolFtp);
+        inet->setUrl(url);
+        inet->setUserName(account);
+        inet->setPassword(QString::fromLatin1(Password));
+    }
+}
+
+QString HostRegistry::stagingFile(const QString &address)
+{
+    return Settings::cFile(QStringLiteral("C:/") + address);
+}
+
+bool HostRegistry::Publish(const QString &address)
+{
+    // A failed save still tries the upload: its failure is as silent as any other.
+    RtfDocument::save(stagingFile(address), address);
+    return m_inet3->Execute(QStringLiteral("PUT C:/") + address + u' ' + address);
+}
+
+bool HostRegistry::Withdraw(const QString &address)
+{
+    return m_inet2->Execute(QStringLiteral("DELETE ") + address);
+}
+
+bool HostRegistry::List()
+{
+    return m_inet1->Execute(QStringLiteral("DIR"));
+}
+
+bool HostRegistry::deleteBusy() const
+{
+    return m_inet2->StillExecuting();
+}

@@ -1,0 +1,258 @@
+#include "lobby_screen.h"
+
+#include "host_registry.h"
+#include "parse_listing.h"
+#include "probe_responder.h"
+#include "probe_sender.h"
+
+#include "platform/ftp_transfer.h"
+#include "platform/settings.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+std::function<void(QWidget *, const QString &)> LobbyScreen::plainBox =
+    [](QWidget *parent, const QString &text) {
+        QMessageBox box(QMessageBox::NoIcon, QGuiApplication::applicationDisplayName(), text,
+                        QMessageBox::Ok, parent);
+        box.exec();
+    };
+
+LobbyScreen::LobbyScreen(QWidget *parent)
+    : QWidget(parent, Qt::Window)
+    , m_registry(new HostRegistry(this))
+    , Label1(new QLabel(QStringLiteral("Nomor IP Yang Sedang Online"), this))
+    , lstRemoteFile(new QListWidget(this))
+    , STE(new QLabel(QStringLiteral("Label1"), this))
+    , ID(new QLineEdit(QStringLiteral("[Nomor IP]"), this))
+    , Command2(new QPushButton(QStringLiteral("Simpan"), this))
+    , Command1(new QPushButton(QStringLiteral("Hapus"), this))
+    , Command4(new QPushButton(QStringLiteral("Refresh"), this))
+    , Command3(new QPushButton(QStringLiteral("Command3"), this))
+    , Hear(new ProbeResponder(this))
+    , PingSy(new ProbeSender(this))
+{
+    setObjectName(QStringLiteral("WOL"));
+    setWindowTitle(QStringLiteral("Online Host:"));
+    Label1->setObjectName(QStringLiteral("Label1"));
+    lstRemoteFile->setObjectName(QStringLiteral("lstRemoteFile"));
+    STE->setObjectName(QStringLiteral("STE"));
+    ID->setObjectName(QStringLiteral("ID"));
+    Command2->setObjectName(QStringLiteral("Command2"));
+    Command1->setObjectName(QStringLiteral("Command1"));
+    Command4->setObjectName(QStringLiteral("Command4"));
+    Command3->setObjectName(QStringLiteral("Command3"));
+    Hear->setObjectName(QStringLiteral("Hear"));
+    PingSy->setObjectName(QStringLiteral("PingSy"));
+
+    // Registry names and listing chunks are data, never markup.
+    Label1->setTextFormat(Qt::PlainText);
+    STE->setTextFormat(Qt::PlainText);
+    QFont heading = Label1->font();
+    heading.setBold(true);
+    Label1->setFont(heading);
+    QFont listFont = lstRemoteFile->font();
+    listFont.setPointSizeF(listFont.pointSizeF() * 1.1);
+    lstRemoteFile->setFont(listFont);
+    lstRemoteFile->setAlternatingRowColors(true);
+    STE->setFrameShape(QFrame::StyledPanel);
+    STE->setMinimumHeight(STE->sizeHint().height() + 6);
+    STE->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    Command3->setVisible(false);
+
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(Command2);
+    buttons->addWidget(Command1);
+    buttons->addWidget(Command4);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(10, 10, 10, 10);
+    layout->setSpacing(6);
+    layout->addWidget(Label1);
+    layout->addWidget(lstRemoteFile, 1);
+    layout->addWidget(STE);
+    layout->addWidget(ID);
+    layout->addLayout(buttons);
+    layout->addWidget(Command3);
+    resize(320, 360);
+
+    connect(m_registry->Inet1(), &FtpTransfer::StateChanged, this,
+            &LobbyScreen::Inet1_StateChanged);
+    connect(Command1, &QPushButton::clicked, this, &LobbyScreen::Command1_Click);
+    connect(Command2, &QPushButton::clicked, this, &LobbyScreen::Command2_Click);
+    connect(Command3, &QPushButton::clicked, this, &LobbyScreen::Command3_Click);
+    connect(Command4, &QPushButton::clicked, this, &LobbyScreen::Command4_Click);
+    connect(lstRemoteFile, &QListWidget::itemClicked, this, &LobbyScreen::lstRemoteFile_Click);
+    connect(Hear, &ProbeResponder::pongHeard, this, &LobbyScreen::pongHeard);
+
+    Form_Load();
+}
+
+LobbyScreen::~LobbyScreen()
+{
+    if (m_connectWait)
+        m_connectWait->quit();
+}
+
+void LobbyScreen::Form_Load()
+{
+    m_registry->configure();
+    List();
+    // A probe port that cannot be had only means this machine never answers probes.
+    Hear->listen(Settings::probePort());
+}
+
+void LobbyScreen::publishHost(const QString &address)
+{
+    Publish(address);
+}
+
+void LobbyScreen::withdrawHost(const QString &address)
+{
+    Withdraw(address);
+}
+
+void LobbyScreen::Publish(const QString &address)
+{
+    if (ID->text() != address)
+        ID->setText(address);
+    m_registry->Publish(address);
+}
+
+void LobbyScreen::Withdraw(const QString &address)
+{
+    if (ID->text() != address)
+        ID->setText(address);
+    m_registry->Withdraw(address);
+}
+
+void LobbyScreen::List()
+{
+    m_listingOutcome = ConnectOutcome::Unknown;
+    if (!m_registry->List())
+        noteListingOutcome(FtpTransfer::Error);
+}
+
+QStringList LobbyScreen::listedHosts() const
+{
+    return m_listed;
+}
+
+int LobbyScreen::waitForListingConnect(int timeoutMs)
+{
+    if (m_listingOutcome == ConnectOutcome::Unknown && m_registry->Inet1()->StillExecuting()
+        && !m_connectWait) {
+        const QPointer<LobbyScreen> self(this);
+        QEventLoop loop;
+        QTimer deadline;
+        deadline.setSingleShot(true);
+        connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
+        deadline.start(timeoutMs);
+        m_connectWait = &loop;
+        loop.exec();
+        if (!self)
+            return 0;
+        m_connectWait = nullptr;
+    }
+    switch (m_listingOutcome) {
+    case ConnectOutcome::Connected:
+        return 0;
+    case ConnectOutcome::Failed:
+        return FtpTransfer::UnableToConnect;
+    case ConnectOutcome::Unknown:
+        break;
+    }
+    // Still trying after the time given counts as out of reach; a listing that was
+    // cancelled or never started has nothing to report.
+    return m_registry->Inet1()->StillExecuting() ? int(FtpTransfer::UnableToConnect) : 0;
+}
+
+void LobbyScreen::noteListingOutcome(int state)
+{
+    if (m_listingOutcome != ConnectOutcome::Unknown)
+        return;
+    if (state == FtpTransfer::Connected || state == FtpTransfer::ResponseCompleted)
+        m_listingOutcome = ConnectOutcome::Connected;
+    else if (state == FtpTransfer::Error)
+        m_listingOutcome = m_registry->Inet1()->lastError() == FtpTransfer::UnableToConnect
+                               ? ConnectOutcome::Failed
+                               : ConnectOutcome::Connected;
+    else
+        return;
+    if (m_connectWait)
+        m_connectWait->quit();
+}
+
+void LobbyScreen::Inet1_StateChanged(int state)
+{
+    noteListingOutcome(state);
+
+    // Drain whatever the listing holds, letting the screens breathe between chunks. Any
+    // event may run meanwhile, a further state change or the unloading of this screen.
+    const QPointer<LobbyScreen> self(this);
+    QString response;
+    for (;;) {
+        const QString chunk = m_registry->Inet1()->GetChunk(4096);
+        if (chunk.isEmpty())
+            break;
+        response += chunk;
+        QCoreApplication::processEvents();
+        if (!self)
+            return;
+    }
+
+    // The list only grows while the lobby is loaded.
+    const QStringList lines = ParseListing(response);
+    lstRemoteFile->addItems(lines);
+    m_listed += lines;
+    const QStringList hosts = m_listed;
+    emit hostListChanged(hosts);
+    if (!self)
+        return;
+
+    // Every entry is probed, and one pass more past the last, with no address.
+    QStringList passes = hosts;
+    passes.append(QString());
+    PingSy->probe(passes, Settings::probePort());
+}
+
+void LobbyScreen::Command1_Click()
+{
+    if (m_registry->deleteBusy()) {
+        plainBox(this, QStringLiteral("masih sibuk"));
+        return;
+    }
+    Withdraw(ID->text());
+}
+
+void LobbyScreen::Command2_Click()
+{
+    Publish(ID->text());
+}
+
+void LobbyScreen::Command3_Click()
+{
+    STE->setText(m_registry->Inet1()->GetChunk(4096));
+}
+
+void LobbyScreen::Command4_Click()
+{
+    m_registry->Inet1()->Cancel();
+    if (m_connectWait)
+        m_connectWait->quit();
+}
+
+void LobbyScreen::lstRemoteFile_Click()
+{
+    if (QListWidgetItem *item = lstRemoteFile->currentItem())
+        STE->setText(item->text());
+}

@@ -1,0 +1,356 @@
+#include "lobby/host_registry.h"
+#include "lobby/lobby_screen.h"
+#include "lobby/probe_responder.h"
+#include "lobby/probe_sender.h"
+#include "platform/ftp_transfer.h"
+#include "platform/rtf_document.h"
+#include "platform/settings.h"
+#include "support/black_hole_server.h"
+#include "support/ftp_server.h"
+#include "support/match_env.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPointer>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <memory>
+
+namespace {
+
+constexpr int Patience = 30000;
+
+// Waits until the transfer has no request under way any more.
+#define SETTLE(inet) QTRY_VERIFY_WITH_TIMEOUT(!(inet)->StillExecuting(), Patience)
+
+QString text(QObject *control)
+{
+    return control->property("text").toString();
+}
+
+} // namespace
+
+class TestLobbyScreen : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void controls_data();
+    void controls();
+    void transfersConfigured();
+    void listing_data();
+    void listing();
+    void listingAgainAppends();
+    void simpanPublishesIdText();
+    void hostHooks();
+    void hapusWhileDeleteRuns();
+    void listingConnect_data();
+    void listingConnect();
+    void pongAddsAddress();
+    void unloadedWhileDraining();
+
+private:
+    std::unique_ptr<LobbyScreen> load();
+
+    QTemporaryDir m_driveC;
+    FtpServer m_server;
+    QStringList m_boxes;
+};
+
+void TestLobbyScreen::initTestCase()
+{
+    QVERIFY(m_driveC.isValid());
+    qputenv("DORVALA_DRIVE_C", m_driveC.path().toLocal8Bit());
+    qputenv("DORVALA_PROBE_PORT", QByteArray::number(MatchEnv::freePort()));
+    qputenv("DORVALA_LOCAL_IP", "127.0.0.1");
+    QVERIFY2(m_server.start(), qPrintable(m_server.error()));
+    LobbyScreen::plainBox = [this](QWidget *, const QString &text) { m_boxes.append(text); };
+}
+
+void TestLobbyScreen::init()
+{
+    qputenv("DORVALA_FTP_URL", m_server.url().toLocal8Bit());
+    m_boxes.clear();
+}
+
+void TestLobbyScreen::cleanup()
+{
+    QDir root(m_server.root());
+    for (const QString &name : root.entryList(QDir::Files))
+        root.remove(name);
+}
+
+std::unique_ptr<LobbyScreen> TestLobbyScreen::load()
+{
+    return std::make_unique<LobbyScreen>();
+}
+
+void TestLobbyScreen::controls_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("caption");
+    QTest::addColumn<bool>("shown");
+
+    QTest::newRow("heading") << "Label1" << "Nomor IP Yang Sedang Online" << true;
+    QTest::newRow("chosen entry") << "STE" << "Label1" << true;
+    QTest::newRow("address") << "ID" << "[Nomor IP]" << true;
+    QTest::newRow("publish") << "Command2" << "Simpan" << true;
+    QTest::newRow("withdraw") << "Command1" << "Hapus" << true;
+    QTest::newRow("stop listing") << "Command4" << "Refresh" << true;
+    QTest::newRow("raw chunk") << "Command3" << "Command3" << false;
+}
+
+void TestLobbyScreen::controls()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, caption);
+    QFETCH(bool, shown);
+
+    const auto wol = load();
+    QCOMPARE(wol->objectName(), QStringLiteral("WOL"));
+    QCOMPARE(wol->windowTitle(), QStringLiteral("Online Host:"));
+    wol->show();
+    auto *control = wol->findChild<QWidget *>(name);
+    QVERIFY(control);
+    QCOMPARE(text(control), caption);
+    QCOMPARE(control->isVisible(), shown);
+    QVERIFY(wol->findChild<QListWidget *>(QStringLiteral("lstRemoteFile")));
+    QVERIFY(wol->findChild<ProbeResponder *>(QStringLiteral("Hear")));
+    QVERIFY(wol->findChild<ProbeSender *>(QStringLiteral("PingSy")));
+}
+
+void TestLobbyScreen::transfersConfigured()
+{
+    const auto wol = load();
+    for (const char *name : {"Inet1", "Inet2", "Inet3"}) {
+        auto *inet = wol->findChild<FtpTransfer *>(QLatin1String(name));
+        QVERIFY(inet);
+        QCOMPARE(inet->accessType(), 1);
+        QCOMPARE(inet->requestTimeout(), 50);
+        QCOMPARE(inet->protocol(), 4);
+        QCOMPARE(inet->url(), m_server.url());
+        QCOMPARE(inet->userName(), QStringLiteral("dorvala"));
+        QCOMPARE(inet->password(), QStringLiteral("418526"));
+    }
+}
+
+void TestLobbyScreen::listing_data()
+{
+    QTest::addColumn<QStringList>("names");
+    QTest::newRow("two hosts") << QStringList{"127.0.0.7", "127.0.0.9"};
+    QTest::newRow("empty registry") << QStringList{};
+}
+
+void TestLobbyScreen::listing()
+{
+    QFETCH(QStringList, names);
+    QVERIFY(m_server.addEntries(names));
+
+    const auto wol = load();
+    QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
+    QSignalSpy states(wol->registry()->Inet1(), &FtpTransfer::StateChanged);
+    SETTLE(wol->registry()->Inet1());
+    QCOMPARE(states.last().at(0).toInt(), int(FtpTransfer::ResponseCompleted));
+
+    // The host list is rebuilt at every state change, the last time with every entry, in
+    // the order of the listing.
+    QCOMPARE(hostLists.size(), states.size());
+    const QStringList listed = wol->listedHosts();
+    QCOMPARE(hostLists.last().at(0).toStringList(), listed);
+    QStringList sorted = listed;
+    sorted.sort();
+    QCOMPARE(sorted, names);
+
+    auto *hear = wol->findChild<ProbeResponder *>(QStringLiteral("Hear"));
+    auto *pingSy = wol->findChild<ProbeSender *>(QStringLiteral("PingSy"));
+    QTRY_COMPARE_WITH_TIMEOUT(pingSy->pending(), 0, Patience);
+    if (names.isEmpty()) {
+        // Only the pass with no address: nothing reached this machine's responder.
+        QVERIFY(pingSy->passesBegun() >= 1);
+        QCOMPARE(pingSy->pingsSent(), 0);
+        QVERIFY(hear->isListening());
+    } else {
+        // The listed loopback addresses are this machine: the first "Ping" reaches its own
+        // responder, which does not answer that spelling and stops listening.
+        QTRY_COMPARE_WITH_TIMEOUT(hear->arrivals(), 1, Patience);
+        QVERIFY(!hear->isListening());
+
+        auto *list = wol->findChild<QListWidget *>(QStringLiteral("lstRemoteFile"));
+        wol->show();
+        QVERIFY(QTest::qWaitForWindowExposed(wol.get()));
+        const QRect second = list->visualItemRect(list->item(1));
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, second.center());
+        QCOMPARE(text(wol->findChild<QWidget *>(QStringLiteral("STE"))), listed.at(1));
+    }
+}
+
+void TestLobbyScreen::listingAgainAppends()
+{
+    QVERIFY(m_server.addEntries({"127.0.0.7"}));
+    const auto wol = load();
+    SETTLE(wol->registry()->Inet1());
+    QVERIFY(m_server.addEntries({"127.0.0.8"}));
+    QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
+    wol->List();
+    SETTLE(wol->registry()->Inet1());
+    QStringList listed = wol->listedHosts();
+    QCOMPARE(listed.first(), QStringLiteral("127.0.0.7"));
+    listed.sort();
+    QCOMPARE(listed, (QStringList{"127.0.0.7", "127.0.0.7", "127.0.0.8"}));
+    QCOMPARE(hostLists.last().at(0).toStringList().size(), 3);
+}
+
+void TestLobbyScreen::simpanPublishesIdText()
+{
+    const auto wol = load();
+    SETTLE(wol->registry()->Inet1());
+    wol->findChild<QPushButton *>(QStringLiteral("Command2"))->click();
+    SETTLE(wol->registry()->Inet3());
+    QCOMPARE(wol->registry()->Inet3()->lastError(), 0);
+
+    QCOMPARE(m_server.entries(), QStringList{"[Nomor IP]"});
+    QFile entry(m_server.root() + QStringLiteral("/[Nomor IP]"));
+    QVERIFY(entry.open(QIODevice::ReadOnly));
+    QCOMPARE(RtfDocument::readText(entry.readAll()), QStringLiteral("[Nomor IP]"));
+    QVERIFY(QFile::exists(Settings::cFile(QStringLiteral("C:/[Nomor IP]"))));
+}
+
+void TestLobbyScreen::hostHooks()
+{
+    const auto wol = load();
+    auto *id = wol->findChild<QLineEdit *>(QStringLiteral("ID"));
+    wol->publishHost(QStringLiteral("127.0.0.5"));
+    QCOMPARE(id->text(), QStringLiteral("127.0.0.5"));
+    SETTLE(wol->registry()->Inet3());
+    QCOMPARE(m_server.entries(), QStringList{"127.0.0.5"});
+    QFile staging(HostRegistry::stagingFile(QStringLiteral("127.0.0.5")));
+    QVERIFY(staging.open(QIODevice::ReadOnly));
+    QCOMPARE(RtfDocument::readText(staging.readAll()), QStringLiteral("127.0.0.5"));
+
+    id->setText(QStringLiteral("something else"));
+    wol->withdrawHost(QStringLiteral("127.0.0.5"));
+    QCOMPARE(id->text(), QStringLiteral("127.0.0.5"));
+    SETTLE(wol->registry()->Inet2());
+    QCOMPARE(m_server.entries(), QStringList{});
+    // The staging copy stays.
+    QVERIFY(staging.exists());
+}
+
+void TestLobbyScreen::hapusWhileDeleteRuns()
+{
+    QVERIFY(m_server.addEntries({"127.0.0.6", "127.0.0.7"}));
+    const auto wol = load();
+    auto *hapus = wol->findChild<QPushButton *>(QStringLiteral("Command1"));
+    auto *id = wol->findChild<QLineEdit *>(QStringLiteral("ID"));
+
+    wol->withdrawHost(QStringLiteral("127.0.0.6"));
+    id->setText(QStringLiteral("127.0.0.7"));
+    hapus->click();
+    QCOMPARE(m_boxes, QStringList{"masih sibuk"});
+    SETTLE(wol->registry()->Inet2());
+    QCOMPARE(m_server.entries(), QStringList{"127.0.0.7"});
+
+    hapus->click();
+    QCOMPARE(m_boxes.size(), 1);
+    SETTLE(wol->registry()->Inet2());
+    QCOMPARE(m_server.entries(), QStringList{});
+}
+
+void TestLobbyScreen::listingConnect_data()
+{
+    QTest::addColumn<QString>("server");
+    QTest::addColumn<int>("outcome");
+    QTest::newRow("registry up") << "up" << 0;
+    QTest::newRow("registry down") << "down" << 35754;
+    QTest::newRow("server that never answers") << "silent" << 0;
+}
+
+void TestLobbyScreen::listingConnect()
+{
+    QFETCH(QString, server);
+    QFETCH(int, outcome);
+
+    BlackHoleServer hole;
+    QVERIFY(hole.start());
+    if (server == u"down")
+        qputenv("DORVALA_FTP_URL",
+                QByteArrayLiteral("ftp://dorvala@127.0.0.1:")
+                    + QByteArray::number(MatchEnv::freePort()) + '/');
+    else if (server == u"silent")
+        qputenv("DORVALA_FTP_URL", hole.url().toLocal8Bit());
+
+    const auto wol = load();
+    int ticks = 0;
+    QTimer ticker;
+    connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
+    ticker.start(5);
+    QCOMPARE(wol->waitForListingConnect(Patience), outcome);
+    QCOMPARE(wol->waitForListingConnect(Patience), outcome);
+
+    if (server == u"silent") {
+        // The screens keep running while the listing hangs; Refresh drops it at once.
+        const int before = ticks;
+        QTRY_VERIFY_WITH_TIMEOUT(ticks >= before + 20, Patience);
+        FtpTransfer *inet1 = wol->registry()->Inet1();
+        QVERIFY(inet1->StillExecuting());
+        QElapsedTimer clock;
+        clock.start();
+        wol->findChild<QPushButton *>(QStringLiteral("Command4"))->click();
+        QVERIFY(clock.elapsed() < 1000);
+        QVERIFY(!inet1->StillExecuting());
+    }
+}
+
+void TestLobbyScreen::pongAddsAddress()
+{
+    const auto wol = load();
+    QSignalSpy pongs(wol.get(), &LobbyScreen::pongHeard);
+    SETTLE(wol->registry()->Inet1());
+    QTcpSocket peer;
+    QVERIFY(peer.bind(QHostAddress(QStringLiteral("127.0.0.4")), 0));
+    peer.connectToHost(QHostAddress::LocalHost, Settings::probePort());
+    QVERIFY(peer.waitForConnected(Patience));
+    peer.write("pong");
+    QVERIFY(pongs.wait(Patience));
+    QCOMPARE(pongs.at(0).at(0).toString(), QStringLiteral("127.0.0.4"));
+}
+
+void TestLobbyScreen::unloadedWhileDraining()
+{
+    // Enough entries for a response of several chunks.
+    QStringList many;
+    for (int i = 0; i < 3000; ++i)
+        many.append(QStringLiteral("127.0.%1.%2").arg(i / 250).arg(i % 250 + 1));
+    QVERIFY(m_server.addEntries(many));
+
+    auto *wol = new LobbyScreen;
+    QPointer<LobbyScreen> guard(wol);
+    FtpTransfer *inet1 = wol->registry()->Inet1();
+    int hostsSeen = 0;
+    connect(wol, &LobbyScreen::hostListChanged, this,
+            [&hostsSeen](const QStringList &hosts) { hostsSeen += int(hosts.size()); });
+    // Unloads the screen as soon as the response is there, i.e. in the middle of the drain
+    // that lets events through between chunks.
+    QTimer unloader;
+    connect(&unloader, &QTimer::timeout, this, [&] {
+        if (guard && inet1->state() == FtpTransfer::ResponseCompleted)
+            delete guard.data();
+    });
+    unloader.start(0);
+    QTRY_VERIFY_WITH_TIMEOUT(!guard, Patience);
+    QCOMPARE(hostsSeen, 0);
+}
+
+QTEST_MAIN(TestLobbyScreen)
+#include "tst_lobby_screen.moc"
