@@ -248,6 +248,8 @@ void MatchScreen::apply(const WireEffect &effect)
         m_play->restart();
         break;
     case Kind::Chat:
+        // From now on `message` is read on its bubble, no longer on the dark background.
+        message->setStyleSheet(QStringLiteral("color: #202020;"));
         m_chat->showReceived();
         cue(QStringLiteral("mess"));
         break;
