@@ -118,25 +118,25 @@ bool FtpTransfer::Execute(const QString &command)
     const QString verb = command.mid(begin, blank < 0 ? -1 : blank - begin).toUpper();
     const QString arguments = blank < 0 ? QString() : command.mid(blank + 1);
 
-    FtpJobSpec spec;
+    FtpRequest request;
     bool understood = false;
     if (verb == u"DIR" && arguments.trimmed().isEmpty()) {
-        spec.kind = FtpJobSpec::Kind::List;
-        spec.url = folderUrl;
+        request.kind = FtpRequest::Kind::List;
+        request.url = folderUrl;
         understood = true;
     } else if (verb == u"PUT") {
         QString local;
         QString remote;
         if (splitPut(arguments, &local, &remote) && !hasLineBreak(remote)) {
-            spec.kind = FtpJobSpec::Kind::Put;
-            spec.localFile = Settings::cFile(local);
-            spec.url = folderUrl + QUrl::toPercentEncoding(remote);
+            request.kind = FtpRequest::Kind::Put;
+            request.localFile = Settings::cFile(local);
+            request.url = folderUrl + QUrl::toPercentEncoding(remote);
             understood = true;
         }
     } else if (verb == u"DELETE" && !arguments.isEmpty() && !hasLineBreak(arguments)) {
-        spec.kind = FtpJobSpec::Kind::Delete;
-        spec.url = folderUrl;
-        spec.deleteName = arguments.toUtf8();
+        request.kind = FtpRequest::Kind::Delete;
+        request.url = folderUrl;
+        request.deleteName = arguments.toUtf8();
         understood = true;
     }
     if (!understood) {
@@ -144,15 +144,15 @@ bool FtpTransfer::Execute(const QString &command)
         return false;
     }
 
-    spec.userName = (m_userName.isEmpty() ? QStringLiteral("anonymous") : m_userName).toUtf8();
-    spec.password = m_password.toUtf8();
-    spec.direct = m_accessType == 1;
-    spec.requestTimeoutSeconds = m_requestTimeout;
+    request.userName = (m_userName.isEmpty() ? QStringLiteral("anonymous") : m_userName).toUtf8();
+    request.password = m_password.toUtf8();
+    request.direct = m_accessType == 1;
+    request.requestTimeoutSeconds = m_requestTimeout;
 
     FtpTransferDriver *driver = FtpTransferDriver::instance();
     int error = ServerError;
     QString errorText = QStringLiteral("No event loop for the transfer");
-    const quint64 job = driver ? driver->start(this, spec, &error, &errorText) : 0;
+    const quint64 job = driver ? driver->start(this, request, &error, &errorText) : 0;
     if (!job) {
         fail(error, errorText);
         return false;

@@ -42,7 +42,7 @@ struct FtpTransferDriver::Job
 {
     quint64 id = 0;
     QPointer<FtpTransfer> client;
-    FtpJobSpec::Kind kind = FtpJobSpec::Kind::List;
+    FtpRequest::Kind kind = FtpRequest::Kind::List;
     CURL *easy = nullptr;
     curl_slist *quote = nullptr;
     QFile upload;
@@ -82,7 +82,7 @@ struct FtpTransferDriver::Callbacks
     {
         auto *job = static_cast<Job *>(jobPointer);
         const size_t bytes = size * count;
-        if (job->kind == FtpJobSpec::Kind::List) {
+        if (job->kind == FtpRequest::Kind::List) {
             if (job->received.size() + qsizetype(bytes) > MaxListingBytes)
                 return 0;  // curl ends the transfer with a write error
             job->received.append(data, qsizetype(bytes));
@@ -148,19 +148,19 @@ FtpTransferDriver::~FtpTransferDriver()
     curl_multi_cleanup(m_multi);
 }
 
-quint64 FtpTransferDriver::start(FtpTransfer *client, const FtpJobSpec &spec, int *errorNumber,
+quint64 FtpTransferDriver::start(FtpTransfer *client, const FtpRequest &request, int *errorNumber,
                                  QString *errorText)
 {
     auto job = std::make_unique<Job>();
     job->id = m_nextJob++;
     job->client = client;
-    job->kind = spec.kind;
+    job->kind = request.kind;
 
-    if (spec.kind == FtpJobSpec::Kind::Put) {
-        job->upload.setFileName(spec.localFile);
+    if (request.kind == FtpRequest::Kind::Put) {
+        job->upload.setFileName(request.localFile);
         if (!job->upload.open(QIODevice::ReadOnly)) {
             *errorNumber = FtpTransfer::FileAccessError;
-            *errorText = QStringLiteral("Path/File access error: %1").arg(spec.localFile);
+            *errorText = QStringLiteral("Path/File access error: %1").arg(request.localFile);
             return 0;
         }
     }
@@ -174,20 +174,20 @@ quint64 FtpTransferDriver::start(FtpTransfer *client, const FtpJobSpec &spec, in
     CURL *easy = job->easy;
     curl_easy_setopt(easy, CURLOPT_PRIVATE, job.get());
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, job->errorBuffer);
-    curl_easy_setopt(easy, CURLOPT_URL, spec.url.constData());
+    curl_easy_setopt(easy, CURLOPT_URL, request.url.constData());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "ftp");
-    curl_easy_setopt(easy, CURLOPT_USERNAME, spec.userName.constData());
-    curl_easy_setopt(easy, CURLOPT_PASSWORD, spec.password.constData());
+    curl_easy_setopt(easy, CURLOPT_USERNAME, request.userName.constData());
+    curl_easy_setopt(easy, CURLOPT_PASSWORD, request.password.constData());
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     // Each request has its own connection, so "connected" always means this request's.
     curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
-    if (spec.direct)
+    if (request.direct)
         curl_easy_setopt(easy, CURLOPT_PROXY, "");
-    if (spec.requestTimeoutSeconds > 0) {
+    if (request.requestTimeoutSeconds > 0) {
         // The TCP connect itself is bounded by ConnectTimeoutMs (onConnectDeadline); curl's
         // connect phase for FTP also waits for the greeting and the login, which is the
         // server answering a request.
-        const long seconds = spec.requestTimeoutSeconds;
+        const long seconds = request.requestTimeoutSeconds;
         curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT, seconds);
         curl_easy_setopt(easy, CURLOPT_SERVER_RESPONSE_TIMEOUT, seconds);
         curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
@@ -197,18 +197,18 @@ quint64 FtpTransferDriver::start(FtpTransfer *client, const FtpJobSpec &spec, in
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Callbacks::write);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, job.get());
 
-    switch (spec.kind) {
-    case FtpJobSpec::Kind::List:
+    switch (request.kind) {
+    case FtpRequest::Kind::List:
         curl_easy_setopt(easy, CURLOPT_DIRLISTONLY, 1L);
         break;
-    case FtpJobSpec::Kind::Put:
+    case FtpRequest::Kind::Put:
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
         curl_easy_setopt(easy, CURLOPT_READFUNCTION, &Callbacks::read);
         curl_easy_setopt(easy, CURLOPT_READDATA, job.get());
         curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, curl_off_t(job->upload.size()));
         break;
-    case FtpJobSpec::Kind::Delete:
-        job->quote = curl_slist_append(nullptr, "DELE " + spec.deleteName);
+    case FtpRequest::Kind::Delete:
+        job->quote = curl_slist_append(nullptr, "DELE " + request.deleteName);
         curl_easy_setopt(easy, CURLOPT_QUOTE, job->quote);
         curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
         break;
@@ -236,7 +236,7 @@ void FtpTransferDriver::release(quint64 id)
     const auto it = m_jobs.find(id);
     if (it == m_jobs.end())
         return;
-    if (it->second->kind == FtpJobSpec::Kind::List)
+    if (it->second->kind == FtpRequest::Kind::List)
         remove(id);
     else
         it->second->client = nullptr;
@@ -246,7 +246,7 @@ int FtpTransferDriver::pendingWrites() const
 {
     int count = 0;
     for (const auto &[id, job] : m_jobs)
-        count += job->kind != FtpJobSpec::Kind::List;
+        count += job->kind != FtpRequest::Kind::List;
     return count;
 }
 
@@ -337,7 +337,7 @@ void FtpTransferDriver::collectFinished()
                 queue(job, FtpTransfer::Connected);
             }
             queue(job, FtpTransfer::ResponseCompleted, FtpTransfer::NoError, {},
-                  job.kind == FtpJobSpec::Kind::List ? namesWithCrLf(job.received)
+                  job.kind == FtpRequest::Kind::List ? namesWithCrLf(job.received)
                                                      : QByteArray());
             remove(job.id);
             continue;
@@ -396,7 +396,7 @@ void FtpTransferDriver::remove(quint64 id)
     const auto it = m_jobs.find(id);
     if (it == m_jobs.end())
         return;
-    const bool write = it->second->kind != FtpJobSpec::Kind::List;
+    const bool write = it->second->kind != FtpRequest::Kind::List;
     curl_multi_remove_handle(m_multi, it->second->easy);
     m_jobs.erase(it);
     if (write && pendingWrites() == 0)

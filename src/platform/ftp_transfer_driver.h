@@ -15,7 +15,7 @@ class FtpTransfer;
 class QSocketNotifier;
 
 // One request as FtpTransfer hands it over.
-struct FtpJobSpec
+struct FtpRequest
 {
     enum class Kind { List, Put, Delete };
     Kind kind = Kind::List;
@@ -50,7 +50,7 @@ public:
     ~FtpTransferDriver() override;
 
     // Starts a request for `client`; returns its job number, or 0 with the error set.
-    quint64 start(FtpTransfer *client, const FtpJobSpec &spec, int *errorNumber,
+    quint64 start(FtpTransfer *client, const FtpRequest &request, int *errorNumber,
                   QString *errorText);
     // Drops a request at once; its reports are never delivered.
     void cancel(quint64 job);
