@@ -51,10 +51,10 @@ TitleScreen::TitleScreen(Screens &screens)
     picture(this, QStringLiteral("Image2"), QStringLiteral("Deco2"), {520, 24, 96, 96});
 
     const QString shade = QStringLiteral("color: #f4ead5; background: transparent;");
-    text(this, QStringLiteral("Label2"), QStringLiteral("Pobrek Online Games"), {136, 40, 368, 36},
-         shade + QStringLiteral("font-size: 24px; font-weight: bold;"))
+    text(this, QStringLiteral("Label2"), QStringLiteral("Pobrek Online Games"), {136, 84, 368, 28},
+         shade + QStringLiteral("font-size: 18px; font-weight: bold; letter-spacing: 2px;"))
         ->setAlignment(Qt::AlignCenter);
-    text(this, QStringLiteral("Label3"), QStringLiteral("Versi 1.0"), {136, 80, 368, 24},
+    text(this, QStringLiteral("Label3"), QStringLiteral("Versi 1.0"), {136, 112, 368, 20},
          shade + QStringLiteral("font-size: 13px;"))
         ->setAlignment(Qt::AlignCenter);
     m_label1 = text(this, QStringLiteral("Label1"), description(), {28, 150, 300, 190},
