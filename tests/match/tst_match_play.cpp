@@ -202,11 +202,12 @@ void TestMatchPlay::hostLeaves()
 
 void TestMatchPlay::failures_data()
 {
+    // The sentences themselves are pinned down with the connection; here the screen shows
+    // them and stays usable.
     QTest::addColumn<QString>("address");
     QTest::addColumn<QString>("shown");
     QTest::newRow("nobody listening") << "127.0.0.1" << "Tidak dapat terhubung ke 127.0.0.1: koneksi ditolak.";
     QTest::newRow("empty") << "" << "Alamat host kosong: isi alamat IP host terlebih dahulu.";
-    QTest::newRow("bad") << "127.0.0.1 x" << "Alamat host tidak valid: 127.0.0.1 x";
 }
 
 void TestMatchPlay::failures()

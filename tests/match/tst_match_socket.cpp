@@ -18,8 +18,6 @@ private slots:
     void portInUse();
     void acceptEndsListeningForGood();
     void peerCloseIsReportedOwnCloseIsNot();
-    void sendWithoutPeerIsDropped();
-    void oneArrivalIsOneMessage();
 };
 
 void TestMatchSocket::joinFailures_data()
@@ -106,34 +104,6 @@ void TestMatchSocket::peerCloseIsReportedOwnCloseIsNot()
     QVERIFY(hostSawClose.wait(10000));
     QVERIFY(!host.isConnected());
     QCOMPARE(joinSawClose.count(), 0);
-}
-
-void TestMatchSocket::sendWithoutPeerIsDropped()
-{
-    MatchSocket socket;
-    QVERIFY(!socket.send(QStringLiteral("msg: hi")));
-    QVERIFY(socket.listen(MatchEnv::freePort()));
-    QVERIFY(!socket.send(QStringLiteral("msg: hi")));
-    QCOMPARE(socket.receive(), QString());
-}
-
-void TestMatchSocket::oneArrivalIsOneMessage()
-{
-    MatchSocket host;
-    const quint16 port = MatchEnv::freePort();
-    QVERIFY(host.listen(port));
-    connect(&host, &MatchSocket::connectionRequest, &host, [&host] { host.accept(); });
-    QStringList got;
-    connect(&host, &MatchSocket::dataArrival, &host, [&] { got << host.receive(); });
-
-    MatchPeer peer;
-    QVERIFY(peer.connectTo(port));
-    QTRY_VERIFY_WITH_TIMEOUT(host.isConnected(), 10000);
-    peer.sendRaw("$3XBob");
-    QTRY_COMPARE_WITH_TIMEOUT(got, QStringList{QStringLiteral("$3XBob")}, 10000);
-
-    QVERIFY(host.send(QStringLiteral("OAni")));
-    QTRY_COMPARE_WITH_TIMEOUT(peer.messages, QStringList{QStringLiteral("OAni")}, 10000);
 }
 
 QTEST_GUILESS_MAIN(TestMatchSocket)

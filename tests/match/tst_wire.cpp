@@ -31,8 +31,6 @@ private slots:
     void builds();
     void receives_data();
     void receives();
-    void codePage_data();
-    void codePage();
     void undefinedBytesDecodeWithoutLoss();
 };
 
@@ -106,26 +104,6 @@ void TestWire::receives()
     QFETCH(QString, message);
     QFETCH(QString, effects);
     QCOMPARE(describe(WireReceiver::effects(side, message)), effects);
-}
-
-void TestWire::codePage_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("bytes");
-
-    QTest::newRow("ascii") << "msg: hi" << QByteArray("msg: hi");
-    QTest::newRow("latin letters") << QString::fromUtf8("OJos\u00e9") << QByteArray("OJos\xe9");
-    QTest::newRow("euro sign") << QString::fromUtf8("msg: \u20ac5") << QByteArray("msg: \x80" "5");
-    QTest::newRow("curly quote") << QString::fromUtf8("X\u2019") << QByteArray("X\x92");
-    QTest::newRow("undefined byte") << QString::fromUtf8("X\u0081") << QByteArray("X\x81");
-}
-
-void TestWire::codePage()
-{
-    QFETCH(QString, text);
-    QFETCH(QByteArray, bytes);
-    QCOMPARE(WireMessage::encode(text), bytes);
-    QCOMPARE(WireMessage::decode(bytes), text);
 }
 
 void TestWire::undefinedBytesDecodeWithoutLoss()
