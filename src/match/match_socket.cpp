@@ -71,21 +71,22 @@ bool MatchSocket::accept()
 {
     if (!m_server)
         return false;
-    dropPeer();
     QTcpSocket *socket = m_server->nextPendingConnection();
+    // One that came and went before we got to it is no joiner: keep waiting for a real one.
+    while (socket && socket->state() != QAbstractSocket::ConnectedState) {
+        socket->deleteLater();
+        socket = m_server->nextPendingConnection();
+    }
+    if (!socket)
+        return false;
     // Anyone else who got in before the listening ended is turned away.
     while (QTcpSocket *extra = m_server->nextPendingConnection()) {
         extra->abort();
         extra->deleteLater();
     }
     m_server->close();
-    if (!socket)
-        return false;
+    dropPeer();
     adopt(socket);
-    if (socket->state() != QAbstractSocket::ConnectedState) {
-        dropPeer();
-        return false;
-    }
     return true;
 }
 

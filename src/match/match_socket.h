@@ -23,7 +23,8 @@ public:
     // which port and why.
     bool listen(quint16 port);
     // Host, on a connection request: take the waiting peer and stop listening for good,
-    // so no second joiner can ever arrive.
+    // so no second joiner can ever arrive. False, still listening, when the peer has
+    // already gone again.
     bool accept();
 
     // Joiner: start connecting; the outcome arrives as connected() or failed().
