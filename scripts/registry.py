@@ -29,6 +29,8 @@ def main():
     parser.add_argument("--port", type=int, default=2121, help="0 takes a free port")
     parser.add_argument("--root", default=".", help="folder holding the registry entries")
     parser.add_argument("--verbose", action="store_true", help="log every command on stderr")
+    parser.add_argument("--exit-with-parent", action="store_true",
+                        help="stop when the process that started it is gone (tests)")
     args = parser.parse_args()
 
     root = os.path.abspath(args.root)
@@ -56,9 +58,20 @@ def main():
     signal.signal(signal.SIGTERM, stop)
     signal.signal(signal.SIGINT, stop)
 
+    if args.exit_with_parent:
+        # A test program that crashes must not leave its server behind.
+        parent = os.getppid()
+
+        def check_parent():
+            if os.getppid() != parent:
+                os.kill(os.getpid(), signal.SIGTERM)
+
+        server.ioloop.call_every(1.0, check_parent)
+
     print("READY %d" % port, flush=True)
-    # handle_exit closes every session when SystemExit arrives from the handler above.
-    server.serve_forever(handle_exit=True)
+    # handle_exit closes every session when SystemExit arrives from the handler above; the
+    # time-out lets scheduled checks run while nobody connects.
+    server.serve_forever(timeout=1.0, handle_exit=True)
     return 0
 
 

@@ -36,7 +36,8 @@ bool FtpServer::start(int timeoutMs)
     }
     m_process.start(python(), {script(), QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
                                QStringLiteral("--port"), QStringLiteral("0"),
-                               QStringLiteral("--root"), m_root.path()});
+                               QStringLiteral("--root"), m_root.path(),
+                               QStringLiteral("--exit-with-parent")});
     if (!m_process.waitForStarted(timeoutMs)) {
         m_error = m_process.errorString();
         return false;
