@@ -18,7 +18,7 @@ if [ -z "${DORVALA_FTP_URL:-}" ]; then
   root="${XDG_DATA_HOME:-$HOME/.local/share}/Pobrek/dorvala/registry"
   mkdir -p "$root"
   if ! (exec 3<>/dev/tcp/127.0.0.1/2121) 2>/dev/null; then
-    python3 scripts/registry.py --host 127.0.0.1 --port 2121 --root "$root" > /dev/null &
+    /usr/bin/python3 scripts/registry.py --host 127.0.0.1 --port 2121 --root "$root" > /dev/null &
     registry_pid=$!
     for _ in $(seq 50); do (exec 3<>/dev/tcp/127.0.0.1/2121) 2>/dev/null && break; sleep 0.1; done
   fi

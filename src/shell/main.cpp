@@ -1,6 +1,8 @@
 #include "program.h"
 #include "screens.h"
 
+#include "platform/ftp_transfer.h"
+
 #include <QApplication>
 
 #include <cstdio>
@@ -22,5 +24,8 @@ int main(int argc, char *argv[])
     Program program(screens);
     program.watchSignals();
     program.start(options);
-    return app.exec();
+    const int status = app.exec();
+    // A host that closed has just started withdrawing its registry entry: let it finish.
+    FtpTransfer::waitForPending(3000);
+    return status;
 }

@@ -5,6 +5,8 @@
 #include "login_screen.h"
 #include "title_screen.h"
 
+#include "lobby/lobby_screen.h"
+
 #include <QApplication>
 #include <QMessageBox>
 
@@ -51,10 +53,27 @@ AdvertScreen *Screens::Form1()
     return m_form1;
 }
 
+LobbyScreen *Screens::WOL()
+{
+    if (!m_wol) {
+        m_wol = new LobbyScreen;
+        // The lobby fills the setup screen's host list; it never reaches into that screen.
+        connect(m_wol, &LobbyScreen::hostListChanged, this, [this](const QStringList &hosts) {
+            if (m_login)
+                m_login->setHostList(hosts);
+        });
+        connect(m_wol, &LobbyScreen::pongHeard, this, [this](const QString &address) {
+            if (m_login)
+                m_login->addHost(address);
+        });
+    }
+    return m_wol;
+}
+
 QList<QWidget *> Screens::loadedScreens() const
 {
     QList<QWidget *> screens;
-    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1}) {
+    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol}) {
         if (screen)
             screens.append(screen);
     }
@@ -82,6 +101,7 @@ void Screens::unload(QWidget *screen)
     if (screen == m_login) m_login = nullptr;
     if (screen == m_abt) m_abt = nullptr;
     if (screen == m_form1) m_form1 = nullptr;
+    if (screen == m_wol) m_wol = nullptr;
     screen->deleteLater();
 }
 
@@ -139,15 +159,23 @@ void Screens::showInternetError(QWidget *parent)
 
 int Screens::loadLobbyHidden()
 {
-    return 0;
+    const int error = WOL()->waitForListingConnect(RegistryWaitMs);
+    if (error != 0)
+        unload(m_wol);  // the next "Mulai" tries the registry afresh
+    return error;
 }
 
 void Screens::showLobby()
 {
+    LobbyScreen *lobby = WOL();
+    lobby->show();
+    lobby->raise();
 }
 
 void Screens::reloadLobbyHidden()
 {
+    unload(m_wol);
+    WOL();
 }
 
 void Screens::startHost(const QString &name, QPoint position, bool place)

@@ -10,6 +10,7 @@
 
 class AboutScreen;
 class AdvertScreen;
+class LobbyScreen;
 class LoginScreen;
 class TitleScreen;
 class QWidget;
@@ -23,6 +24,8 @@ class Screens : public QObject
 public:
     // The one error the title screen reports: the registry could not be reached.
     static constexpr int InternetError = 35754;
+    // How long "Mulai" waits to learn whether the registry answers; windows keep repainting.
+    static constexpr int RegistryWaitMs = 8000;
 
     explicit Screens(QObject *parent = nullptr);
     ~Screens() override;
@@ -31,6 +34,7 @@ public:
     LoginScreen *login();
     AboutScreen *ABt();
     AdvertScreen *Form1();
+    LobbyScreen *WOL();
 
     bool isLoaded(const QString &name) const;
     // Deletes the screen; its close handler does not run.
@@ -67,4 +71,5 @@ private:
     QPointer<LoginScreen> m_login;
     QPointer<AboutScreen> m_abt;
     QPointer<AdvertScreen> m_form1;
+    QPointer<LobbyScreen> m_wol;
 };
