@@ -1,0 +1,141 @@
+#include "shell/login_screen.h"
+#include "shell/screens.h"
+#include "shell/title_screen.h"
+
+#include "lobby/lobby_screen.h"
+#include "support/ftp_server.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QLineEdit>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QtTest>
+
+// The road from the title screen's "Mulai" to the setup screen, with the registry up,
+// down, and the setup screen's choices.
+class StartFlowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY2(m_ftp.start(), qPrintable(m_ftp.error()));
+        QVERIFY(m_ftp.addEntries({QStringLiteral("127.0.0.5"), QStringLiteral("127.0.0.6")}));
+    }
+
+    void init()
+    {
+        qputenv("DORVALA_DRIVE_C", m_drive.path().toUtf8());
+        qputenv("DORVALA_FTP_URL", m_ftp.url().toUtf8());
+        qputenv("DORVALA_PROBE_PORT", QByteArray::number(freePort()));
+        m_boxes.clear();
+        Screens::criticalBox = [this](QWidget *, const QString &title, const QString &text) {
+            m_boxes << title + u'|' + text;
+        };
+        m_screens = std::make_unique<Screens>();
+    }
+
+    void cleanup() { m_screens.reset(); }
+
+    void mulaiBeforeSplashOpensSetupAndUnloadsTitle()
+    {
+        TitleScreen *title = m_screens->openi();
+        title->show();
+        QVERIFY(title->splashVisible());
+        title->Play_Click();
+        QVERIFY(m_boxes.isEmpty());
+        QVERIFY(!m_screens->isLoaded(QStringLiteral("openi")));
+        QVERIFY(m_screens->isLoaded(QStringLiteral("login")));
+        QVERIFY(m_screens->isLoaded(QStringLiteral("WOL")));
+        LoginScreen *login = m_screens->login();
+        QVERIFY(login->isVisible());
+        QVERIFY(!m_screens->WOL()->isVisible());
+        QCOMPARE(login->MIP()->text(), QStringLiteral("127.0.0.1"));
+        // The lobby's listing fills the host list in order.
+        QTRY_COMPARE_WITH_TIMEOUT(login->HO()->count(), 2, 10000);
+        QCOMPARE(login->HO()->itemText(0), QStringLiteral("127.0.0.5"));
+    }
+
+    void registryDownShowsTheMessageAndTitleStays()
+    {
+        qputenv("DORVALA_FTP_URL", QByteArray("ftp://dorvala@127.0.0.1:") + QByteArray::number(freePort()) + "/");
+        TitleScreen *title = m_screens->openi();
+        title->show();
+        title->Play_Click();
+        QCOMPARE(m_boxes, QStringList{QStringLiteral(
+                              "Internetr Bermasalah!|Internet tidak tersambung!\r\n"
+                              "Silahkan melakukan koneksi ke Internet terlebih dahulu")});
+        QVERIFY(m_screens->isLoaded(QStringLiteral("openi")));
+        QVERIFY(title->isVisible());
+        QVERIFY(!m_screens->isLoaded(QStringLiteral("login")));
+        QVERIFY(!m_screens->isLoaded(QStringLiteral("WOL")));
+    }
+
+    void choicesAreIndependent()
+    {
+        QVERIFY(m_screens->openLogin() == 0);
+        LoginScreen *login = m_screens->login();
+        login->show();
+        const QPoint onImage1 = login->Shape1()->pos();
+        login->Image2_Click();
+        QCOMPARE(login->hostT()->text(), QStringLiteral("0"));
+        QVERIFY(login->HO()->isEnabled());
+        login->Option1_Click();  // the options switch HO and HIP but not the mode or the marker
+        QCOMPARE(login->hostT()->text(), QStringLiteral("0"));
+        QVERIFY(!login->HIP()->isEnabled());
+        QVERIFY(login->Shape1()->pos() != onImage1);
+        login->Image1_Click();
+        QCOMPARE(login->hostT()->text(), QStringLiteral("1"));
+        QVERIFY(!login->HO()->isEnabled());
+        QVERIFY(!login->HIP()->isEnabled());  // the images leave HIP alone
+        QCOMPARE(login->Shape1()->pos(), onImage1);
+    }
+
+    void cariTrReloadsTheLobbyHidden()
+    {
+        QVERIFY(m_screens->openLogin() == 0);
+        m_screens->showLobby();
+        LobbyScreen *lobby = m_screens->WOL();
+        QVERIFY(lobby->isVisible());
+        m_screens->login()->Quit_Click();
+        QVERIFY(m_screens->WOL() != lobby);
+        QVERIFY(!m_screens->WOL()->isVisible());
+    }
+
+    void playerFileStaysInsideDriveC_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("plain") << "Budi";
+        QTest::newRow("empty") << "";
+        QTest::newRow("climbing") << "../../etc/passwd";
+        QTest::newRow("absolute") << "/tmp/x";
+        QTest::newRow("drive") << "D:\\x";
+        QTest::newRow("control") << QStringLiteral("a\nb\x01");
+    }
+
+    void playerFileStaysInsideDriveC()
+    {
+        QFETCH(QString, name);
+        const QString file = LoginScreen::playerFile(name);
+        QCOMPARE(QFileInfo(file).absolutePath(), QFileInfo(m_drive.path()).absoluteFilePath());
+        QVERIFY(QFileInfo(file).fileName().startsWith(u'-'));
+    }
+
+private:
+    static quint16 freePort()
+    {
+        QTcpServer probe;
+        probe.listen(QHostAddress::LocalHost, 0);
+        return probe.serverPort();
+    }
+
+    FtpServer m_ftp;
+    QTemporaryDir m_drive;
+    QStringList m_boxes;
+    std::unique_ptr<Screens> m_screens;
+};
+
+QTEST_MAIN(StartFlowTest)
+#include "tst_start_flow.moc"
