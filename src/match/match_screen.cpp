@@ -375,6 +375,7 @@ void MatchScreen::closeEvent(QCloseEvent *event)
 {
     Form_QueryUnload();
     event->accept();
+    emit closed();
 }
 
 void MatchScreen::paintEvent(QPaintEvent *)

@@ -54,6 +54,8 @@ signals:
     void closeRequested(QPoint position);
     // A sound cue was sounded (WIN, MeC, MEX, MEI, Lose, mess, OL).
     void cued(const QString &name);
+    // Closed from the title bar: the unload steps have run; the owner deletes the screen.
+    void closed();
 
 protected:
     MatchScreen(MatchSide side, QWidget *parent);

@@ -223,7 +223,7 @@ void LoginScreen::Play_Click()
         }
         m_screens.startHost(m_un->text(), pos(), true);
     } else {
-        m_screens.startJoin(m_un->text(), m_hip->text(), pos(), true);
+        m_screens.startJoin(m_un->text(), pos(), true);
     }
     hide();
 }
@@ -233,7 +233,7 @@ void LoginScreen::Command1_Click()
     if (m_option1->isChecked())
         m_screens.startHost(m_un->text(), pos(), false);
     if (m_option2->isChecked())
-        m_screens.startJoin(m_un->text(), m_hip->text(), pos(), false);
+        m_screens.startJoin(m_un->text(), pos(), false);
 }
 
 void LoginScreen::Quit_Click()

@@ -6,6 +6,11 @@
 #include "title_screen.h"
 
 #include "lobby/lobby_screen.h"
+#include "match/chat_history.h"
+#include "match/host_screen.h"
+#include "match/join_screen.h"
+
+#include <QLineEdit>
 
 #include <QApplication>
 #include <QMessageBox>
@@ -17,7 +22,12 @@ Screens::Screens(QObject *parent)
 
 Screens::~Screens()
 {
-    for (QWidget *screen : loadedScreens())
+    // The program is ending: screens go without their unload hooks reaching the lobby.
+    m_ending = true;
+    const QList<QWidget *> screens = loadedScreens();
+    for (QWidget *screen : screens)
+        screen->disconnect(this);
+    for (QWidget *screen : screens)
         delete screen;
 }
 
@@ -70,10 +80,70 @@ LobbyScreen *Screens::WOL()
     return m_wol;
 }
 
+HostScreen *Screens::host()
+{
+    if (!m_host) {
+        m_host = new HostScreen;
+        wireMatchScreen(m_host);
+        connect(m_host, &HostScreen::opened, this, &Screens::host_Opened);
+        connect(m_host, &HostScreen::closing, this, &Screens::host_Closing);
+        m_host->Form_Load();
+    }
+    return m_host;
+}
+
+JoinScreen *Screens::Join()
+{
+    if (!m_join) {
+        const QString address = m_login ? m_login->HIP()->text() : QStringLiteral("127.0.0.1");
+        m_join = new JoinScreen(address);
+        wireMatchScreen(m_join);
+        m_join->Form_Load();
+    }
+    return m_join;
+}
+
+ChatHistory *Screens::CH()
+{
+    if (!m_ch)
+        m_ch = new ChatHistory;
+    return m_ch;
+}
+
+void Screens::wireMatchScreen(MatchScreen *screen)
+{
+    screen->setChatHistory(CH());
+    connect(screen, &MatchScreen::closeRequested, this, [this, screen](QPoint position) {
+        LoginScreen *setup = login();
+        if (setup) {
+            setup->move(position);
+            setup->show();
+        }
+        unload(screen);
+    });
+    connect(screen, &MatchScreen::closed, this, [this, screen] { unload(screen); });
+}
+
+void Screens::host_Opened(const QString &localAddress)
+{
+    // A fresh lobby lists the registry again and carries the publication.
+    unload(m_wol);
+    LobbyScreen *lobby = WOL();
+    lobby->show();
+    lobby->hide();
+    lobby->publishHost(localAddress);
+}
+
+void Screens::host_Closing(const QString &localAddress)
+{
+    if (!m_ending)
+        WOL()->withdrawHost(localAddress);
+}
+
 QList<QWidget *> Screens::loadedScreens() const
 {
     QList<QWidget *> screens;
-    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol}) {
+    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol, m_host, m_join, m_ch}) {
         if (screen)
             screens.append(screen);
     }
@@ -102,6 +172,8 @@ void Screens::unload(QWidget *screen)
     if (screen == m_abt) m_abt = nullptr;
     if (screen == m_form1) m_form1 = nullptr;
     if (screen == m_wol) m_wol = nullptr;
+    if (screen == m_host) m_host = nullptr;
+    if (screen == m_join) m_join = nullptr;
     screen->deleteLater();
 }
 
@@ -132,6 +204,8 @@ void Screens::showAbout()
 
 void Screens::endProgram()
 {
+    // No unload handler runs: a host that is still open keeps its registry entry.
+    m_ending = true;
     QCoreApplication::exit(0);
 }
 
@@ -180,15 +254,18 @@ void Screens::reloadLobbyHidden()
 
 void Screens::startHost(const QString &name, QPoint position, bool place)
 {
-    Q_UNUSED(name)
-    Q_UNUSED(position)
-    Q_UNUSED(place)
+    HostScreen *screen = host();
+    if (place)
+        screen->move(position);
+    screen->setOwnName(name);
+    screen->show();
 }
 
-void Screens::startJoin(const QString &name, const QString &address, QPoint position, bool place)
+void Screens::startJoin(const QString &name, QPoint position, bool place)
 {
-    Q_UNUSED(name)
-    Q_UNUSED(address)
-    Q_UNUSED(position)
-    Q_UNUSED(place)
+    JoinScreen *screen = Join();
+    if (place)
+        screen->move(position);
+    screen->setOwnName(name);
+    screen->show();
 }

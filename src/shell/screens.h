@@ -10,6 +10,10 @@
 
 class AboutScreen;
 class AdvertScreen;
+class ChatHistory;
+class HostScreen;
+class JoinScreen;
+class MatchScreen;
 class LobbyScreen;
 class LoginScreen;
 class TitleScreen;
@@ -35,6 +39,10 @@ public:
     AboutScreen *ABt();
     AdvertScreen *Form1();
     LobbyScreen *WOL();
+    HostScreen *host();
+    // The join screen reads the address to join from the setup screen's HIP when it loads.
+    JoinScreen *Join();
+    ChatHistory *CH();
 
     bool isLoaded(const QString &name) const;
     // Deletes the screen; its close handler does not run.
@@ -58,7 +66,7 @@ public:
     void reloadLobbyHidden();
     // The match screens as the setup screen opens them; `place` puts them at `position`.
     void startHost(const QString &name, QPoint position, bool place);
-    void startJoin(const QString &name, const QString &address, QPoint position, bool place);
+    void startJoin(const QString &name, QPoint position, bool place);
 
     static void showInternetError(QWidget *parent);
     // The critical-stop message box; tests replace it to read what would be shown.
@@ -66,10 +74,18 @@ public:
 
 private:
     int loadLogin();
+    void wireMatchScreen(MatchScreen *screen);
+    void host_Opened(const QString &localAddress);
+    void host_Closing(const QString &localAddress);
+
+    bool m_ending = false;
 
     QPointer<TitleScreen> m_openi;
     QPointer<LoginScreen> m_login;
     QPointer<AboutScreen> m_abt;
     QPointer<AdvertScreen> m_form1;
     QPointer<LobbyScreen> m_wol;
+    QPointer<HostScreen> m_host;
+    QPointer<JoinScreen> m_join;
+    QPointer<ChatHistory> m_ch;
 };
