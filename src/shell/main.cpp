@@ -9,12 +9,17 @@
 
 int main(int argc, char *argv[])
 {
+    // Read before QApplication exists: Qt takes "-name"/"--name" from argv as its own option.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+
     QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Pobrek"));
     QCoreApplication::setApplicationName(QStringLiteral("dorvala"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
 
-    const Program::Options options = Program::parse(QCoreApplication::arguments());
+    const Program::Options options = Program::parse(arguments);
     if (!options.ok || options.exitNow) {
         std::fputs(qPrintable(options.message + u'\n'), options.ok ? stdout : stderr);
         return options.ok ? 0 : 2;
