@@ -2,8 +2,10 @@
 #include "screens.h"
 
 #include "platform/ftp_transfer.h"
+#include "platform/picture_store.h"
 
 #include <QApplication>
+#include <QIcon>
 
 #include <cstdio>
 
@@ -25,6 +27,7 @@ int main(int argc, char *argv[])
         return options.ok ? 0 : 2;
     }
 
+    QApplication::setWindowIcon(QIcon(PictureStore::picture(QStringLiteral("Icon"))));
     Screens screens;
     Program program(screens);
     program.watchSignals();
