@@ -22,6 +22,7 @@ BoardView::BoardView(QWidget *parent)
         point->setObjectName(Cell::name(i));
         point->setGeometry(Cell::rect(i));
         connect(point, &PointImage::clicked, this, [this, i] { emit pointClicked(i); });
+        connect(point, &PointImage::pictureShown, this, [this, i] { emit pointShown(i); });
         m_points[size_t(i)] = point;
     }
 

@@ -43,6 +43,8 @@ public:
 
 signals:
     void pointClicked(int index);
+    // The point's new picture has been painted (not merely set).
+    void pointShown(int index);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

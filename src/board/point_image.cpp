@@ -26,11 +26,15 @@ QSize PointImage::sizeHint() const
 
 void PointImage::paintEvent(QPaintEvent *)
 {
-    if (m_picture.isNull())
-        return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawPixmap(rect(), m_picture);
+    if (!m_picture.isNull()) {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        painter.drawPixmap(rect(), m_picture);
+    }
+    if (m_picture.cacheKey() != m_shownKey) {
+        m_shownKey = m_picture.cacheKey();
+        emit pictureShown();
+    }
 }
 
 void PointImage::mousePressEvent(QMouseEvent *event)

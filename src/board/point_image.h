@@ -19,6 +19,8 @@ public:
 
 signals:
     void clicked();
+    // A different picture than before has just been painted: the change is on screen.
+    void pictureShown();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -27,5 +29,6 @@ protected:
 
 private:
     QPixmap m_picture;
+    qint64 m_shownKey = 0;
     bool m_pressed = false;
 };

@@ -42,6 +42,9 @@ public:
     void setChatHistory(ChatHistory *history);
 
     BoardPlay *play() const { return m_play; }
+    BoardView *view() const { return m_view; }
+    // The own total `WR`, as loaded from and saved to the score file.
+    const ScoreFile &score() const { return WR; }
     MatchSocket *socket() const { return m_data; }
     const QString &lastMessage() const { return LastMsg; }
 

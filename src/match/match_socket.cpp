@@ -130,14 +130,19 @@ bool MatchSocket::send(const QString &message)
 {
     if (!isConnected())
         return false;
-    return m_peer->write(WireMessage::encode(message)) >= 0;
+    if (m_peer->write(WireMessage::encode(message)) < 0)
+        return false;
+    emit sent(message);
+    return true;
 }
 
 QString MatchSocket::receive()
 {
     if (!m_peer)
         return {};
-    return WireMessage::decode(m_peer->readAll());
+    const QString message = WireMessage::decode(m_peer->readAll());
+    emit received(message);
+    return message;
 }
 
 bool MatchSocket::isConnected() const

@@ -48,6 +48,9 @@ signals:
     void connected();
     void dataArrival();
     void peerClosed();
+    // Every message handed to the peer and every one taken in, for observers.
+    void sent(const QString &message);
+    void received(const QString &message);
     void failed(const QString &message);
 
 private:
