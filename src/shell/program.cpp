@@ -1,5 +1,7 @@
 #include "program.h"
 
+#include "control_channel.h"
+#include "demo_director.h"
 #include "login_screen.h"
 #include "screens.h"
 #include "title_screen.h"
@@ -9,6 +11,8 @@
 #include <QLineEdit>
 #include <QSocketNotifier>
 #include <QTimer>
+
+#include <cstdio>
 
 #ifdef Q_OS_UNIX
 #include <csignal>
@@ -47,7 +51,10 @@ Program::Options Program::parse(const QStringList &arguments)
     const QCommandLineOption demo(QStringLiteral("demo"),
                                   QStringLiteral("Mainkan pertandingan contoh, simpan gambar di DIR."),
                                   QStringLiteral("DIR"));
-    parser.addOptions({help, version, host, join, name, demo});
+    const QCommandLineOption control(
+        QStringLiteral("control"),
+        QStringLiteral("Kendali dari luar: perintah di stdin, kejadian di stdout (otomasi)."));
+    parser.addOptions({help, version, host, join, name, demo, control});
 
     Options options;
     if (!parser.parse(arguments)) {
@@ -69,12 +76,21 @@ Program::Options Program::parse(const QStringList &arguments)
     options.join = parser.value(join);
     options.name = parser.value(name);
     options.demo = parser.value(demo);
+    options.control = parser.isSet(control);
     if (options.host && parser.isSet(join)) {
         options.ok = false;
         options.message = QStringLiteral("Pilih salah satu: --host atau --join.\n") + parser.helpText();
     } else if (parser.isSet(join) && options.join.isEmpty()) {
         options.ok = false;
         options.message = QStringLiteral("--join membutuhkan alamat tuan rumah.\n") + parser.helpText();
+    } else if (parser.isSet(demo) && options.demo.isEmpty()) {
+        options.ok = false;
+        options.message = QStringLiteral("--demo membutuhkan folder untuk gambar.\n") + parser.helpText();
+    } else if (parser.isSet(demo) && (options.host || parser.isSet(join) || options.control)) {
+        options.ok = false;
+        options.message = QStringLiteral("--demo memainkan kedua pemain sendiri: tanpa --host, --join "
+                                         "atau --control.\n")
+                          + parser.helpText();
     }
     return options;
 }
@@ -86,6 +102,17 @@ Program::Program(Screens &screens)
 
 void Program::start(const Options &options)
 {
+    if (!options.demo.isEmpty()) {
+        auto *director = new DemoDirector(options.demo, this);
+        connect(director, &DemoDirector::done, this, [](int status) { QCoreApplication::exit(status); });
+        director->start();
+        return;
+    }
+    if (options.control) {
+        m_control = new ControlChannel(m_screens, this);
+        if (!m_control->listenOnStandardInput())
+            std::fputs("--control: standard input cannot be watched here\n", stderr);
+    }
     TitleScreen *title = m_screens.openi();
     title->show();
     if (options.host || !options.join.isEmpty()) {

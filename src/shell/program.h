@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 
+class ControlChannel;
 class QApplication;
 class QSocketNotifier;
 class Screens;
@@ -19,6 +20,7 @@ public:
         QString join;    // address to join, empty when not joining
         QString name;
         QString demo;    // folder for the self-play demo's screenshots
+        bool control = false;  // commands on standard input, events on standard output
         bool ok = true;  // false: the command line was wrong; `message` says why
         bool exitNow = false;  // --help or --version: print `message` and end
         QString message;
@@ -28,6 +30,7 @@ public:
 
     explicit Program(Screens &screens);
     // Shows the title screen and, for a quick start, takes the same road as the clicks.
+    // With a demo folder the program directs a demo match instead and ends with its result.
     void start(const Options &options);
     // Closes the open screens on SIGINT/SIGTERM, as their title-bar close would.
     void watchSignals();
@@ -38,4 +41,5 @@ private:
 
     Screens &m_screens;
     QSocketNotifier *m_notifier = nullptr;
+    ControlChannel *m_control = nullptr;
 };
