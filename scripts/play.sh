@@ -8,7 +8,7 @@ scripts/build.sh -DDORVALA_TESTS=OFF -DDORVALA_BENCH=OFF > build.log 2>&1 || { t
 
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
   echo "Tidak ada layar (no display): start the game from a desktop session, or run scripts/demo.sh to watch a match played offscreen."
-  exit 1
+  exec scripts/demo.sh
 fi
 
 registry_pid=""
