@@ -5,18 +5,17 @@
 // Runs scripts/registry.py (Debian's python3 with pyftpdlib) on 127.0.0.1; every entry is a
 // 127.0.x.y address, so all probes stay on this machine.
 
+#include "bench_common.h"
+
 #include "lobby/host_registry.h"
 #include "lobby/lobby_screen.h"
 #include "lobby/probe_sender.h"
 #include "platform/ftp_transfer.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QFileInfo>
 #include <QProcess>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
@@ -24,27 +23,6 @@
 #include <cstdio>
 
 namespace {
-
-QString registryScript()
-{
-    const QString forced = qEnvironmentVariable("DORVALA_REGISTRY_SCRIPT");
-    if (!forced.isEmpty())
-        return forced;
-    // The build folder usually sits inside the source tree.
-    QDir dir(QCoreApplication::applicationDirPath());
-    do {
-        const QString candidate = dir.filePath(QStringLiteral("scripts/registry.py"));
-        if (QFileInfo::exists(candidate))
-            return candidate;
-    } while (dir.cdUp());
-    return {};
-}
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    return probe.listen(QHostAddress::LocalHost, 0) ? probe.serverPort() : 0;
-}
 
 int fail(const char *what)
 {
@@ -69,26 +47,15 @@ int main(int argc, char **argv)
             return fail("cannot create the registry entries");
     }
 
-    const QString script = registryScript();
-    if (script.isEmpty())
-        return fail("scripts/registry.py not found (set DORVALA_REGISTRY_SCRIPT)");
     QProcess registry;
-    const QString python = QFileInfo::exists(QStringLiteral("/usr/bin/python3"))
-                               ? QStringLiteral("/usr/bin/python3")
-                               : QStringLiteral("python3");
-    registry.start(python, {script, QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
-                            QStringLiteral("--port"), QStringLiteral("0"),
-                            QStringLiteral("--root"), root.path()});
-    if (!registry.waitForReadyRead(20000))
-        return fail("the registry did not start");
-    const QByteArray ready = registry.readLine().trimmed();
-    if (!ready.startsWith("READY "))
-        return fail("the registry did not start");
+    const QByteArray ftpUrl = Bench::startRegistry(registry, root.path());
+    if (ftpUrl.isEmpty())
+        return fail("the registry did not start (scripts/registry.py; DORVALA_REGISTRY_SCRIPT)");
 
     qputenv("DORVALA_DRIVE_C", driveC.path().toLocal8Bit());
     qputenv("DORVALA_LOCAL_IP", "127.0.0.1");
-    qputenv("DORVALA_PROBE_PORT", QByteArray::number(freePort()));
-    qputenv("DORVALA_FTP_URL", "ftp://dorvala@127.0.0.1:" + ready.mid(6) + '/');
+    qputenv("DORVALA_PROBE_PORT", QByteArray::number(Bench::freePort()));
+    qputenv("DORVALA_FTP_URL", ftpUrl);
 
     QElapsedTimer clock;
     clock.start();

@@ -6,6 +6,8 @@
 //   bench_match --show game                   both screens mid-game with chat bubbles
 //   bench_match --show left                   the host after the joiner has left
 // The --show modes print READY once the scene stands and keep it up for 20 seconds.
+#include "bench_common.h"
+
 #include "board/board_play.h"
 #include "match/chat_history.h"
 #include "match/host_screen.h"
@@ -13,7 +15,6 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QHostAddress>
 #include <QLabel>
 #include <QLineEdit>
@@ -24,46 +25,14 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <vector>
 
 namespace {
 
-double cpuSeconds()
-{
-    QFile file(QStringLiteral("/proc/self/stat"));
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray stat = file.readAll();
-    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-    return (fields.value(11).toLongLong() + fields.value(12).toLongLong()) / 100.0;
-}
-
-// Runs the event loop until `done` holds (looked at every millisecond) or time runs out.
-bool waitFor(const std::function<bool()> &done, int timeoutMs = 15000)
-{
-    if (done())
-        return true;
-    QEventLoop loop;
-    QTimer look;
-    QObject::connect(&look, &QTimer::timeout, &loop, [&] {
-        if (done())
-            loop.quit();
-    });
-    look.start(1);
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-    loop.exec();
-    return done();
-}
-
-// The event loop with nothing of our own running, as in a quiet match.
-void idle(int milliseconds)
-{
-    QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-    loop.exec();
-}
+using Bench::cpuSeconds;
+using Bench::idle;
+using Bench::waitFor;
 
 QString text(const QWidget *screen, const char *name)
 {

@@ -4,44 +4,21 @@
 //
 //   bench_sound_cues [idle seconds, default 10] [program folder, default this program's]
 
+#include "bench_common.h"
+
 #include "match/match_cues.h"
 #include "platform/settings.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QMediaDevices>
 #include <QAudioDevice>
 #include <QTimer>
 
 #include <cstdio>
 
-namespace {
+using Bench::cpuSeconds;
 
-double cpuSeconds()
-{
-    QFile file(QStringLiteral("/proc/self/stat"));
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray stat = file.readAll();
-    // Fields after the command name, which is in parentheses and may hold spaces.
-    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-    return (fields.value(11).toLongLong() + fields.value(12).toLongLong()) / 100.0;
-}
-
-QByteArray status(const char *key)
-{
-    QFile file(QStringLiteral("/proc/self/status"));
-    if (!file.open(QIODevice::ReadOnly))
-        return "?";
-    for (const QByteArray &line : file.readAll().split('\n')) {
-        if (line.startsWith(key))
-            return line.mid(qstrlen(key) + 1).trimmed();
-    }
-    return "?";
-}
-
-} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -52,8 +29,8 @@ int main(int argc, char *argv[])
 
     std::printf("audio output: %s\n",
                 QMediaDevices::defaultAudioOutput().isNull() ? "none" : "present");
-    std::printf("before cues: VmRSS %s, VmHWM %s\n", status("VmRSS:").constData(),
-                status("VmHWM:").constData());
+    std::printf("before cues: VmRSS %s, VmHWM %s\n", Bench::procStatus("VmRSS").constData(),
+                Bench::procStatus("VmHWM").constData());
 
     QElapsedTimer timer;
     timer.start();
@@ -75,8 +52,8 @@ int main(int argc, char *argv[])
         const double used = cpuSeconds() - idleStart;
         std::printf("idle CPU over %d s: %.2f s = %.3f %% of one core\n", idleSeconds, used,
                     used / idleSeconds * 100);
-        std::printf("after: VmRSS %s, VmHWM %s\n", status("VmRSS:").constData(),
-                    status("VmHWM:").constData());
+        std::printf("after: VmRSS %s, VmHWM %s\n", Bench::procStatus("VmRSS").constData(),
+                    Bench::procStatus("VmHWM").constData());
         app.quit();
     });
     return app.exec();
