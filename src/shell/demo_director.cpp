@@ -15,6 +15,7 @@
 #include <QTcpServer>
 #include <QTimer>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -34,6 +35,19 @@ std::array<quint16, 3> freePorts()
             ports[i] = servers[i].serverPort();
     }
     return ports;
+}
+
+// A message box on the way to the match screen (the registry out of reach, say) stops the
+// road there: no use waiting for the screen.
+bool opened(const ControlClient &player, const QString &screen)
+{
+    return player.seen(QStringLiteral("screen"), screen) || player.seen(QStringLiteral("box"));
+}
+
+QString boxShown(const ControlClient &player)
+{
+    const QStringList boxes = player.payloads(QStringLiteral("box"));
+    return boxes.isEmpty() ? QString() : QStringLiteral("it showed the message \"%1\"").arg(boxes.first());
 }
 
 } // namespace
@@ -163,8 +177,8 @@ QList<DemoStep> DemoDirector::startSteps()
                       if (!m_lobby)
                           m_host->command(QStringLiteral("open host ") + DemoScript::hostName());
                   },
-                  [this] { return m_host->seen(QStringLiteral("screen"), QStringLiteral("host")); },
-                  {}, {}, StartTimeout});
+                  [this] { return opened(*m_host, QStringLiteral("host")); }, {},
+                  [this] { return boxShown(*m_host); }, StartTimeout});
 
     const QProcessEnvironment joinEnvironment = playerEnvironment(m_work.filePath(QStringLiteral("join-C")), probes[1]);
     QStringList joinArguments{control};
@@ -177,8 +191,8 @@ QList<DemoStep> DemoDirector::startSteps()
                       if (!m_lobby)
                           m_join->command(QStringLiteral("open join ") + DemoScript::joinName());
                   },
-                  [this] { return m_join->seen(QStringLiteral("screen"), QStringLiteral("Join")); },
-                  {}, {}, StartTimeout});
+                  [this] { return opened(*m_join, QStringLiteral("Join")); }, {},
+                  [this] { return boxShown(*m_join); }, StartTimeout});
     return steps;
 }
 
@@ -346,8 +360,12 @@ void DemoDirector::conclude()
             say(line);
         say(QString());
     }
-    if (m_script && !m_script->shots().isEmpty())
-        say(QStringLiteral("Screenshots: %1 (%2 files)").arg(m_folder).arg(m_script->shots().size()));
+    if (m_script) {
+        const QStringList planned = m_script->shots();
+        const auto saved = std::count_if(planned.begin(), planned.end(),
+                                         [](const QString &file) { return QFileInfo(file).isFile(); });
+        say(QStringLiteral("Screenshots: %1 (%2 of %3 files)").arg(m_folder).arg(saved).arg(planned.size()));
+    }
     if (m_registry)
         m_registry->stop();
 

@@ -1,3 +1,5 @@
+#include "support/match_env.h"
+
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -17,16 +19,26 @@ private slots:
     void demoPlaysAMatchAndLeavesScreenshots_data()
     {
         QTest::addColumn<bool>("besideTheBuild");
-        QTest::addColumn<QString>("registryLine");
-        QTest::newRow("registry from the source tree") << true << "(started for the demo)";
+        QTest::addColumn<bool>("registryDown");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("registry from the source tree") << true << false << 0
+                                                       << "(started for the demo)";
         // A copy of the program far from any source tree finds no registry to start.
-        QTest::newRow("no registry to be found") << false << "the lobby step is skipped";
+        QTest::newRow("no registry to be found") << false << false << 0
+                                                 << "the lobby step is skipped";
+        // A configured registry that does not answer stops the players at the title screen.
+        QTest::newRow("configured registry down") << true << true << 1
+                                                  << "Demo FAILED: the host opens its match screen: "
+                                                     "it showed the message \"Internetr Bermasalah!";
     }
 
     void demoPlaysAMatchAndLeavesScreenshots()
     {
         QFETCH(bool, besideTheBuild);
-        QFETCH(QString, registryLine);
+        QFETCH(bool, registryDown);
+        QFETCH(int, status);
+        QFETCH(QString, line);
         QTemporaryDir work;
         QVERIFY(work.isValid());
         QString program = QStringLiteral(DORVALA_BIN_DIR "/dorvala");
@@ -41,6 +53,9 @@ private slots:
         QProcess demo;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove("DORVALA_FTP_URL");
+        if (registryDown)
+            environment.insert("DORVALA_FTP_URL", QStringLiteral("ftp://dorvala@127.0.0.1:%1/")
+                                                      .arg(MatchEnv::freePort()));
         environment.insert("QT_QPA_PLATFORM", "offscreen");
         demo.setProcessEnvironment(environment);
         QSignalSpy finished(&demo, &QProcess::finished);
@@ -48,10 +63,12 @@ private slots:
         QVERIFY2(demo.waitForStarted(30000), qPrintable(demo.errorString()));
         QVERIFY(finished.wait(300000));
         const QString output = QString::fromLocal8Bit(demo.readAllStandardOutput());
-        QVERIFY2(demo.exitStatus() == QProcess::NormalExit && demo.exitCode() == 0,
+        QVERIFY2(demo.exitStatus() == QProcess::NormalExit && demo.exitCode() == status,
                  qPrintable(output + QString::fromLocal8Bit(demo.readAllStandardError())));
+        QVERIFY2(output.contains(line), qPrintable(output));
+        if (status != 0)
+            return;
 
-        QVERIFY2(output.contains(registryLine), qPrintable(output));
         QVERIFY(output.contains("Demo passed"));
         // The transcript shows the opening exchange and the triple's move.
         QVERIFY(output.contains(QRegularExpression("Budi +Sari +\"OBudi\" +\\+\\d")));
