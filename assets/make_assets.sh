@@ -2,7 +2,7 @@
 # Regenerates every picture, sound, the tune and the maker page's logo from scratch.
 # Deterministic: fixed seeds, no time stamps in the files, so a rerun changes nothing.
 #
-# usage: assets/make_assets.sh [part...]   parts: pieces table title ui misc sounds tune
+# usage: assets/make_assets.sh [part...]   parts: pieces table title login ui misc sounds tune
 # Needs ImageMagick (/usr/bin/convert), sox, python3 and the DejaVu and URW fonts;
 # fluidsynth with a General MIDI soundfont is used to check the tune when present.
 set -euo pipefail
@@ -65,12 +65,13 @@ make_tune() {
 }
 
 parts=("$@")
-[ ${#parts[@]} -eq 0 ] && parts=(pieces table title ui misc sounds tune)
+[ ${#parts[@]} -eq 0 ] && parts=(pieces table title login ui misc sounds tune)
 for part in "${parts[@]}"; do
   case $part in
     pieces) make_pieces ;;
     table) make_board_and_match ;;
     title) make_title ;;
+    login) make_login_back ;;
     ui) make_ui ;;
     misc) make_misc ;;
     sounds) make_sounds ;;

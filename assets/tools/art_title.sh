@@ -126,3 +126,51 @@ make_title_back() {
     "$w/tb_title.png" -geometry "+$(( (W - tw) / 2 ))+10" -compose over -composite "$w/tb.png"
   save_png_opaque "$w/tb.png" "$PICTURES/TitleBack.png"
 }
+
+# The setup screen's background, 480x400, drawn for its controls: a title band
+# (y 0..37), a felt panel for the name row and the three choice pictures (x 10..469,
+# y 46..210), a felt panel for the addresses, the mode switch and the small buttons
+# (x 10..469, y 218..346), and bare walnut under the three image buttons (y 352..393).
+# The arrow of the styled list boxes comes with it.
+make_login_back() {
+  local w=$WORK W=480 H=400
+  wood $W $H 63 '#170c05' '#4a2e1a' "$w/lb_wood.png" 4 60
+  light_pool "$w/lb_wood.png" 240 120 420 45 "$w/lb_lit.png"
+  # A darker title band with a brass rule under it.
+  "$IM" "$w/lb_lit.png" \( -size ${W}x37 xc:'rgba(0,0,0,0.38)' \) -geometry +0+0 -compose over -composite \
+    -fill none -stroke '#b8893a' -strokewidth 1.2 -draw "line 0,37.5 $W,37.5" \
+    -stroke '#2a1405' -strokewidth 1 -draw "line 0,39 $W,39" "$w/lb_band.png"
+
+  felt $W $H 73 '#0c3d40' "$w/lb_felt.png"
+  "$IM" -size ${W}x${H} xc:black -fill white \
+    -draw "roundrectangle 10,46 469,210 10,10" \
+    -draw "roundrectangle 10,218 469,346 10,10" "$w/lb_mask.png"
+  "$IM" -size ${W}x${H} xc:none -fill none -stroke '#b8893a' -strokewidth 1.4 \
+    -draw "roundrectangle 7,43 472,213 12,12" \
+    -draw "roundrectangle 7,215 472,349 12,12" "$w/lb_inlay.png"
+  "$IM" -size ${W}x${H} xc:none -fill none -stroke '#6fb3ad' -strokewidth 1 \
+    -draw "stroke-dasharray 5 4 roundrectangle 15,51 464,205 7,7" \
+    -draw "stroke-dasharray 5 4 roundrectangle 15,223 464,341 7,7" \
+    -channel A -evaluate multiply 0.40 +channel "$w/lb_stitch.png"
+  "$IM" "$w/lb_band.png" "$w/lb_inlay.png" -compose over -composite \
+    \( "$w/lb_felt.png" "$w/lb_mask.png" -alpha off -compose copy_opacity -composite \) \
+    -compose over -composite "$w/lb_stitch.png" -compose over -composite "$w/lb_panels.png"
+  recess "$w/lb_panels.png" "$w/lb_mask.png" 75 "$w/lb_sunk.png"
+
+  gold_text "Dorvala Online" "$FONT_TITLE" 28 "$w/lb_title.png" 2
+  local tw th
+  tw=$("$IM" "$w/lb_title.png" -format %w info:)
+  th=$("$IM" "$w/lb_title.png" -format %h info:)
+  "$IM" "$w/lb_sunk.png" \
+    "$w/lb_title.png" -geometry "+$(( (W - tw) / 2 ))+$(( (37 - th) / 2 + 1 ))" -compose over -composite \
+    "$w/lb.png"
+  save_png_opaque "$w/lb.png" "$PICTURES/LoginBack.png"
+  make_drop_arrow
+}
+
+# The arrow of a drop-down list box on a cream field, 10x6, drawn large and reduced.
+make_drop_arrow() {
+  "$IM" -size 40x24 xc:none -fill '#6b4a1a' -draw "polygon 2,2 38,2 20,22" \
+    -filter box -resize 10x6 "$WORK/drop_arrow.png"
+  save_png "$WORK/drop_arrow.png" "$PICTURES/DropArrow.png"
+}
