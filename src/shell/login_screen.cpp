@@ -3,6 +3,7 @@
 #include "image_button.h"
 #include "screens.h"
 
+#include "platform/game_style.h"
 #include "platform/picture_store.h"
 #include "platform/rtf_document.h"
 #include "platform/settings.h"
@@ -19,6 +20,17 @@
 namespace {
 
 const char *const kText = "color: #f4ead5; background: transparent; font-size: 12px;";
+const char *const kAdvice = "color: #b9cfc9; background: transparent; font-size: 11px;"
+                            " font-style: italic;";
+
+// The painted background is drawn for this grid: a field column beside the labels,
+// three choice columns centred on the felt, and the image buttons under those columns.
+constexpr int LabelX = 24;
+constexpr int FieldX = 170;
+constexpr int FieldWidth = 160;
+constexpr int RowHeight = 24;
+constexpr int ChoiceXs[] = {27, 180, 333};
+constexpr int ChoiceY = 90;
 
 QLabel *caption(QWidget *parent, const QString &name, const QString &text, const QRect &at)
 {
@@ -73,22 +85,26 @@ LoginScreen::LoginScreen(Screens &screens)
 
     auto *back = new QLabel(this);
     back->setGeometry(rect());
-    back->setScaledContents(true);
-    back->setPixmap(PictureStore::picture(QStringLiteral("TitleBack")));
+    back->setPixmap(PictureStore::picture(QStringLiteral("LoginBack")));
     back->setAttribute(Qt::WA_TransparentForMouseEvents);
 
-    caption(this, QStringLiteral("Label1"), QStringLiteral("Nama Pemain:"), {24, 20, 110, 24});
-    m_un = box(this, QStringLiteral("UN"), QString(), {136, 20, 180, 24});
-    caption(this, QStringLiteral("Label7"), QStringLiteral(" *7 karakter"), {320, 20, 120, 24});
+    setStyleSheet(GameStyle::fields() + GameStyle::pushButtons());
+
+    caption(this, QStringLiteral("Label1"), QStringLiteral("Nama Pemain:"),
+            {LabelX, 56, 140, RowHeight});
+    m_un = box(this, QStringLiteral("UN"), QString(), {FieldX, 56, FieldWidth, RowHeight});
+    caption(this, QStringLiteral("Label7"), QStringLiteral(" *7 karakter"),
+            {FieldX + FieldWidth + 4, 56, 120, RowHeight})
+        ->setStyleSheet(QLatin1String(kAdvice));
     m_hostT = box(this, QStringLiteral("hostT"), QStringLiteral("1"), {0, 0, 10, 10});
     m_hostT->hide();
 
     m_image1 = choice(QStringLiteral("Image1"), QStringLiteral("HostPick"),
-                      QStringLiteral("Jadi Tuan Rumah"), 24);
+                      QStringLiteral("Jadi Tuan Rumah"), ChoiceXs[0]);
     m_image2 = choice(QStringLiteral("Image2"), QStringLiteral("JoinPick"),
-                      QStringLiteral("Gabung Permainan"), 180);
+                      QStringLiteral("Gabung Permainan"), ChoiceXs[1]);
     m_image3 = choice(QStringLiteral("Image3"), QStringLiteral("Lobby"),
-                      QStringLiteral("Cari Lawan Online"), 336);
+                      QStringLiteral("Cari Lawan Online"), ChoiceXs[2]);
     m_shape1 = new QFrame(this);
     m_shape1->setObjectName(QStringLiteral("Shape1"));
     m_shape1->setStyleSheet(QStringLiteral("border: 3px solid #ffd75e; border-radius: 8px;"
@@ -97,39 +113,43 @@ LoginScreen::LoginScreen(Screens &screens)
     m_shape1->resize(m_image1->size() + QSize(8, 8));
     moveMarkerTo(m_image1);
 
-    caption(this, QStringLiteral("Label5"), QStringLiteral("Nama/IP Tuan Rumah:"), {24, 190, 150, 24});
+    // The option buttons sit on the rows of the two boxes they switch.
+    caption(this, QStringLiteral("Label5"), QStringLiteral("Nama/IP Tuan Rumah:"),
+            {LabelX, 228, 144, RowHeight});
     m_ho = new QComboBox(this);
     m_ho->setObjectName(QStringLiteral("HO"));
-    m_ho->setGeometry(176, 190, 180, 24);
-    caption(this, QStringLiteral("Label6"), QStringLiteral("Host IP:"), {24, 222, 150, 24});
-    m_hip = box(this, QStringLiteral("HIP"), QStringLiteral("127.0.0.1"), {176, 222, 180, 24});
-    caption(this, QStringLiteral("Label4"), QStringLiteral("IP Anda:"), {24, 254, 150, 24});
-    m_mip = box(this, QStringLiteral("MIP"), QStringLiteral("RichTextBox1"), {176, 254, 180, 24});
+    m_ho->setGeometry(FieldX, 228, FieldWidth, RowHeight);
+    caption(this, QStringLiteral("Label6"), QStringLiteral("Host IP:"), {LabelX, 256, 144, RowHeight});
+    m_hip = box(this, QStringLiteral("HIP"), QStringLiteral("127.0.0.1"),
+                {FieldX, 256, FieldWidth, RowHeight});
+    caption(this, QStringLiteral("Label4"), QStringLiteral("IP Anda:"), {LabelX, 284, 144, RowHeight});
+    m_mip = box(this, QStringLiteral("MIP"), QStringLiteral("RichTextBox1"),
+                {FieldX, 284, FieldWidth, RowHeight});
 
     m_option1 = new QRadioButton(QStringLiteral("Host Game"), this);
     m_option1->setObjectName(QStringLiteral("Option1"));
-    m_option1->setGeometry(370, 190, 100, 24);
+    m_option1->setGeometry(348, 228, 110, RowHeight);
     m_option1->setChecked(true);
     m_option2 = new QRadioButton(QStringLiteral("Join Game"), this);
     m_option2->setObjectName(QStringLiteral("Option2"));
-    m_option2->setGeometry(370, 222, 100, 24);
+    m_option2->setGeometry(348, 256, 110, RowHeight);
     for (QRadioButton *option : {m_option1, m_option2})
-        option->setStyleSheet(QLatin1String(kText));
+        option->setStyleSheet(GameStyle::optionButtons());
     connect(m_option1, &QRadioButton::clicked, this, &LoginScreen::Option1_Click);
     connect(m_option2, &QRadioButton::clicked, this, &LoginScreen::Option2_Click);
 
-    connect(pushButton(this, QStringLiteral("Command1"), QStringLiteral("Play"), {24, 292, 96, 26}),
+    connect(pushButton(this, QStringLiteral("Command1"), QStringLiteral("Play"), {FieldX, 314, 92, 24}),
             &QPushButton::clicked, this, &LoginScreen::Command1_Click);
-    connect(pushButton(this, QStringLiteral("Command2"), QStringLiteral("Close"), {128, 292, 96, 26}),
+    connect(pushButton(this, QStringLiteral("Command2"), QStringLiteral("Close"), {268, 314, 92, 24}),
             &QPushButton::clicked, this, &LoginScreen::About_Click);
-    pushButton(this, QStringLiteral("Command3"), QStringLiteral("Who Online"), {232, 292, 96, 26});
+    pushButton(this, QStringLiteral("Command3"), QStringLiteral("Who Online"), {366, 314, 92, 24});
 
     m_play = new ImageButton(QStringLiteral("T1"), QStringLiteral("Play"), QStringLiteral("Mulai"),
-                             {24, 340, 121, 41}, this);
+                             {ChoiceXs[0], 353, 121, 41}, this);
     m_quit = new ImageButton(QStringLiteral("T2"), QStringLiteral("Quit"),
-                             QStringLiteral("Cari TR"), {176, 340, 121, 41}, this);
+                             QStringLiteral("Cari TR"), {ChoiceXs[1], 353, 121, 41}, this);
     m_about = new ImageButton(QStringLiteral("T3"), QStringLiteral("About"),
-                              QStringLiteral("Keluar"), {328, 340, 121, 41}, this);
+                              QStringLiteral("Keluar"), {ChoiceXs[2], 353, 121, 41}, this);
     connect(m_play, &ImageButton::clicked, this, &LoginScreen::Play_Click);
     connect(m_quit, &ImageButton::clicked, this, &LoginScreen::Quit_Click);
     connect(m_about, &ImageButton::clicked, this, &LoginScreen::About_Click);
@@ -145,7 +165,7 @@ QLabel *LoginScreen::choice(const QString &name, const QString &picture, const Q
 {
     auto *image = new ChoiceImage(this);
     image->setObjectName(name);
-    image->setGeometry(x + 12, 64, 120, 90);
+    image->setGeometry(x, ChoiceY, 120, 90);
     image->setScaledContents(true);
     image->setPixmap(PictureStore::picture(picture));
     image->setCursor(Qt::PointingHandCursor);
@@ -155,7 +175,7 @@ QLabel *LoginScreen::choice(const QString &name, const QString &picture, const Q
         image->onClick = [this] { Image2_Click(); };
     else
         image->onClick = [this] { Image3_Click(); };
-    auto *label = caption(this, name + QStringLiteral("Caption"), text, {x, 158, 144, 20});
+    auto *label = caption(this, name + QStringLiteral("Caption"), text, {x - 12, ChoiceY + 94, 144, 18});
     label->setAlignment(Qt::AlignCenter);
     return image;
 }
