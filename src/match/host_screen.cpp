@@ -4,6 +4,7 @@
 #include "board/board_view.h"
 #include "match/clipped_label.h"
 #include "match/match_socket.h"
+#include "match/scoreboard.h"
 #include "match/wire_message.h"
 #include "platform/settings.h"
 
@@ -19,13 +20,12 @@ constexpr int ScoreReplyDelay = 10;
 HostScreen::HostScreen(QWidget *parent)
     : MatchScreen(MatchSide::Host, parent)
 {
-    Label3 = label("Label3", QStringLiteral("Total Menang:"), {505, 56, 127, 18});
-    Oname->setGeometry(505, 76, 90, 20);
-    WRL->setGeometry(597, 76, 35, 20);
-    Xname->setGeometry(505, 98, 90, 20);
-    WRL2->setGeometry(597, 98, 35, 20);
+    // One caption heads both cards here.
+    Label3 = label("Label3", QStringLiteral("Total Menang:"),
+                   Scoreboard::caption(MatchSide::Host, Scoreboard::Mark::O));
 
-    info = clippedLabel("info", {}, {505, 204, 127, 20});
+    info = clippedLabel("info", {}, Scoreboard::statusLine());
+    info->setAlignment(Qt::AlignCenter);
     Command4 = button("Command4", QStringLiteral("Command4"), {505, 232, 100, 26});
     Command4->hide();
     connect(Command4, &QPushButton::clicked, this, &HostScreen::Command4_Click);

@@ -4,6 +4,7 @@
 #include "board/board_view.h"
 #include "match/clipped_label.h"
 #include "match/match_socket.h"
+#include "match/scoreboard.h"
 #include "match/wire_message.h"
 #include "platform/settings.h"
 
@@ -18,12 +19,11 @@ JoinScreen::JoinScreen(const QString &hostAddress, QWidget *parent)
     : MatchScreen(MatchSide::Join, parent)
     , m_hostAddress(hostAddress)
 {
-    Oname->setGeometry(505, 56, 127, 20);
-    Label2 = label("Label2", QStringLiteral("Total Menang:"), {505, 76, 90, 18});
-    WRL2->setGeometry(597, 76, 35, 18);
-    Xname->setGeometry(505, 104, 127, 20);
-    Label5 = label("Label5", QStringLiteral("Total Menang:"), {505, 124, 90, 18});
-    WRL->setGeometry(597, 124, 35, 18);
+    // Each card has its own caption here.
+    Label2 = label("Label2", QStringLiteral("Total Menang:"),
+                   Scoreboard::caption(MatchSide::Join, Scoreboard::Mark::O));
+    Label5 = label("Label5", QStringLiteral("Total Menang:"),
+                   Scoreboard::caption(MatchSide::Join, Scoreboard::Mark::X));
 
     m_view->infox()->setText(QStringLiteral("Kamu Kalah!"));
 

@@ -8,8 +8,10 @@
 #include "match/match_chat.h"
 #include "match/match_cues.h"
 #include "match/match_socket.h"
+#include "match/scoreboard.h"
 #include "match/wire_message.h"
 #include "match/wire_receiver.h"
+#include "platform/game_style.h"
 #include "platform/picture_store.h"
 #include "platform/settings.h"
 
@@ -23,8 +25,18 @@
 namespace {
 
 constexpr QSize ScreenSize{640, 480};
-constexpr QRect OBubble{8, 312, 236, 64};
-constexpr QRect XBubble{254, 312, 236, 64};
+// The lower felt panel (x 6..633, y 312..473): the two bubbles side by side at their
+// painted size, the chat line under them, the buttons, and a line for the status sentence.
+// The right-hand column lines up "Send" with "Close".
+constexpr QRect OBubble{18, 321, 230, 64};
+constexpr QRect XBubble{256, 321, 230, 64};
+// Where a bubble's picture leaves room for text: clear of its rim and its tail.
+constexpr QMargins BubbleText{13, 7, 13, 17};
+constexpr int ChatRow = 388;
+constexpr int ButtonRow = 419;
+constexpr int RowHeight = 25;
+constexpr int RightColumn = 498;
+constexpr int RightWidth = 124;
 // Chat lines longer than this are not accepted in the box; the peer may send longer ones.
 constexpr int ChatLimit = 200;
 
@@ -52,7 +64,8 @@ MatchScreen::MatchScreen(MatchSide side, QWidget *parent)
     setObjectName(side == MatchSide::Host ? QStringLiteral("host") : QStringLiteral("Join"));
     setWindowTitle(QStringLiteral("Dorvala Online"));
     setFixedSize(ScreenSize);
-    setStyleSheet(QStringLiteral("QLabel { color: #f4efe0; }"));
+    setStyleSheet(QStringLiteral("QLabel { color: #f4efe0; }") + Scoreboard::style()
+                  + GameStyle::pushButtons() + GameStyle::fields());
     buildControls();
 }
 
@@ -67,23 +80,25 @@ void MatchScreen::buildControls()
     m_view->setObjectName(QStringLiteral("boardView"));
     m_view->move(0, 0);
 
-    Oname = clippedLabel("Oname", QStringLiteral("Menunggu Koneksi"), {505, 76, 90, 20});
-    Xname = clippedLabel("Xname", QStringLiteral("Menunggu Koneksi"), {505, 100, 90, 20});
-    WRL = clippedLabel("WRL", QStringLiteral("0"), {597, 76, 35, 20});
-    WRL2 = clippedLabel("WRL2", QStringLiteral("0"), {597, 100, 35, 20});
+    using Scoreboard::Mark;
+    const bool host = m_side == MatchSide::Host;
+    // The own total is WRL and the opponent's WRL2, so which card each goes on depends on
+    // the side; the names keep their marks.
+    Oname = clippedLabel("Oname", QStringLiteral("Menunggu Koneksi"), Scoreboard::name(m_side, Mark::O));
+    Xname = clippedLabel("Xname", QStringLiteral("Menunggu Koneksi"), Scoreboard::name(m_side, Mark::X));
+    WRL = clippedLabel("WRL", QStringLiteral("0"), Scoreboard::total(m_side, host ? Mark::O : Mark::X));
+    WRL2 = clippedLabel("WRL2", QStringLiteral("0"), Scoreboard::total(m_side, host ? Mark::X : Mark::O));
     WRL->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     WRL2->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 
-    Label1 = label("Label1", QStringLiteral("GILIRAN:"), {505, 16, 76, 22});
-    GIL = label("GIL", {}, {586, 6, 40, 40});
+    Label1 = label("Label1", QStringLiteral("GILIRAN:"), Scoreboard::turnCaption());
+    GIL = label("GIL", {}, Scoreboard::turnLamp());
     GIL->setScaledContents(true);
     GIL->installEventFilter(this);
 
-    XO = label("XO", QLatin1String(ownMark(m_side)), {505, 150, 44, 44});
+    XO = label("XO", QLatin1String(ownMark(m_side)), Scoreboard::ownMark());
     XO->setAlignment(Qt::AlignCenter);
     XO->setToolTip(tr("Tanda kamu"));
-    XO->setStyleSheet(QStringLiteral("QLabel#XO { color: #ffd666; font-size: 30px; font-weight: bold;"
-                                     " border: 2px solid #ffd666; border-radius: 22px; }"));
 
     Omsg = label("Omsg", {}, OBubble);
     Omsg->setPixmap(bubble(QStringLiteral("BubbleO"), QColor(0xe8, 0xf4, 0xff)));
@@ -94,9 +109,8 @@ void MatchScreen::buildControls()
     Xmsg->setScaledContents(true);
     Xmsg->hide();
 
-    const bool host = m_side == MatchSide::Host;
-    const QRect own = (host ? OBubble : XBubble).adjusted(12, 8, -12, -8);
-    const QRect other = (host ? XBubble : OBubble).adjusted(12, 8, -12, -8);
+    const QRect own = (host ? OBubble : XBubble) - BubbleText;
+    const QRect other = (host ? XBubble : OBubble) - BubbleText;
     MOUT = clippedLabel("MOUT", {}, own);
     message = clippedLabel("message", QStringLiteral("Player O Jalan lebih Awal..."), other);
     for (ClippedLabel *text : {MOUT, message}) {
@@ -115,21 +129,21 @@ void MatchScreen::buildControls()
 
     Text1 = new QLineEdit(this);
     Text1->setObjectName(QStringLiteral("Text1"));
-    Text1->setGeometry(8, 384, 380, 26);
+    Text1->setGeometry(OBubble.left(), ChatRow, XBubble.right() - OBubble.left() + 1, RowHeight);
     Text1->setMaxLength(ChatLimit);
     connect(Text1, &QLineEdit::returnPressed, this, [this] { Text1_KeyPress(13); });
 
-    Command1 = button("Command1", QStringLiteral("Send"), {396, 384, 94, 26});
-    Command2 = button("Command2", QStringLiteral("Close"), {8, 420, 110, 30});
-    Command3 = button("Command3", QStringLiteral("Restart"), {126, 420, 110, 30});
-    Command5 = button("Command5", QStringLiteral("Chat History"), {244, 420, 130, 30});
+    Command1 = button("Command1", QStringLiteral("Send"), {RightColumn, ChatRow, RightWidth, RowHeight});
+    Command2 = button("Command2", QStringLiteral("Close"), {RightColumn, ButtonRow, RightWidth, RowHeight});
+    Command3 = button("Command3", QStringLiteral("Restart"), {OBubble.left(), ButtonRow, 110, RowHeight});
+    Command5 = button("Command5", QStringLiteral("Chat History"), {OBubble.left() + 118, ButtonRow, 120, RowHeight});
     Command3->setEnabled(false);
     connect(Command1, &QPushButton::clicked, this, &MatchScreen::Command1_Click);
     connect(Command2, &QPushButton::clicked, this, &MatchScreen::Command2_Click);
     connect(Command5, &QPushButton::clicked, this, &MatchScreen::Command5_Click);
 
-    status = clippedLabel("status", {}, {8, 456, 624, 20});
-    status->setStyleSheet(QStringLiteral("color: #ffb4a0;"));
+    status = clippedLabel("status", {}, {OBubble.left(), ButtonRow + RowHeight + 4, 468, 15});
+    status->setStyleSheet(QStringLiteral("color: #ffb4a0; font-size: 11px;"));
 
     m_data = new MatchSocket(this);
     connect(m_data, &MatchSocket::dataArrival, this, &MatchScreen::data_DataArrival);
@@ -384,12 +398,13 @@ void MatchScreen::paintEvent(QPaintEvent *)
     const QPixmap background = PictureStore::picture(QStringLiteral("Match"));
     if (!background.isNull()) {
         painter.drawPixmap(rect(), background);
-        return;
+    } else {
+        QLinearGradient sky(0, 0, 0, height());
+        sky.setColorAt(0, QColor(0x16, 0x2c, 0x3e));
+        sky.setColorAt(1, QColor(0x08, 0x12, 0x1a));
+        painter.fillRect(rect(), sky);
     }
-    QLinearGradient sky(0, 0, 0, height());
-    sky.setColorAt(0, QColor(0x16, 0x2c, 0x3e));
-    sky.setColorAt(1, QColor(0x08, 0x12, 0x1a));
-    painter.fillRect(rect(), sky);
+    Scoreboard::paint(painter, m_side);
 }
 
 bool MatchScreen::eventFilter(QObject *watched, QEvent *event)
