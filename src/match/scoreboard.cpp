@@ -54,19 +54,19 @@ QRect Scoreboard::card(MatchSide screen, Mark mark)
 QRect Scoreboard::stone(MatchSide screen, Mark mark)
 {
     const QRect c = card(screen, mark);
-    return {c.left() + 6, c.top() + 4, 20, 20};
+    return {c.left() + 5, c.top() + 3, 20, 20};
 }
 
 QRect Scoreboard::name(MatchSide screen, Mark mark)
 {
     const QRect c = card(screen, mark);
-    return {c.left() + 28, c.top() + 4, c.width() - 32, 20};
+    return {c.left() + 28, c.top() + 3, c.width() - 32, 19};
 }
 
 QRect Scoreboard::total(MatchSide screen, Mark mark)
 {
     const QRect c = card(screen, mark);
-    return {c.left() + 6, c.top() + 22, c.width() - 12, 22};
+    return {c.left() + 6, c.top() + 23, c.width() - 12, 20};
 }
 
 QRect Scoreboard::ownMark()

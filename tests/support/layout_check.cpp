@@ -1,0 +1,59 @@
+#include "layout_check.h"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QWidget>
+
+namespace {
+
+QList<const QWidget *> placed(const QWidget *screen)
+{
+    QList<const QWidget *> shown;
+    for (const QWidget *child : screen->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+        if (!child->objectName().isEmpty() && child->isVisibleTo(screen) && !child->isWindow())
+            shown << child;
+    }
+    return shown;
+}
+
+} // namespace
+
+QStringList LayoutCheck::overlaps(const QWidget *screen, const QSet<QString> &stacked)
+{
+    const QList<const QWidget *> shown = placed(screen);
+    QStringList found;
+    for (qsizetype i = 0; i < shown.size(); ++i) {
+        for (qsizetype j = i + 1; j < shown.size(); ++j) {
+            const QString a = shown[i]->objectName();
+            const QString b = shown[j]->objectName();
+            if (stacked.contains(a + u'/' + b) || stacked.contains(b + u'/' + a))
+                continue;
+            if (shown[i]->geometry().intersects(shown[j]->geometry()))
+                found << a + u'/' + b;
+        }
+    }
+    return found;
+}
+
+QStringList LayoutCheck::cramped(const QWidget *screen)
+{
+    QStringList found;
+    for (const QWidget *w : placed(screen)) {
+        // Style sheets set fonts and padding only when a widget is polished.
+        w->ensurePolished();
+        const auto *label = qobject_cast<const QLabel *>(w);
+        const bool text = (label && !label->text().isEmpty() && !label->wordWrap())
+                          || qobject_cast<const QAbstractButton *>(w);
+        if (!text || w->sizeHint() == w->size())
+            continue;
+        const QSize need = w->sizeHint();
+        if (need.width() > w->width() || need.height() > w->height())
+            found << QStringLiteral("%1 needs %2x%3, has %4x%5")
+                         .arg(w->objectName())
+                         .arg(need.width())
+                         .arg(need.height())
+                         .arg(w->width())
+                         .arg(w->height());
+    }
+    return found;
+}
