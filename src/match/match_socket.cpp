@@ -159,6 +159,12 @@ void MatchSocket::adopt(QTcpSocket *socket)
 {
     m_peer = socket;
     socket->setParent(this);
+    // Messages are a few bytes at a human pace: each goes out at once instead of waiting for
+    // the acknowledgement of the one before (up to 40 ms when the peer delays its ACK).
+    const auto lowDelay = [socket] { socket->setSocketOption(QAbstractSocket::LowDelayOption, 1); };
+    if (socket->state() == QAbstractSocket::ConnectedState)
+        lowDelay();
+    connect(socket, &QTcpSocket::connected, socket, lowDelay);
     connect(socket, &QTcpSocket::readyRead, this, &MatchSocket::dataArrival);
     connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
         // Only a peer that was really there can close; a failed connect reports failed().
