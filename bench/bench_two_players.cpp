@@ -122,9 +122,16 @@ public:
     bool hostToMove() const { return m_hostToMove; }
     Player &join() { return m_join; }
 
-    // One move by whoever's turn it is; the latency from its `sent` to the peer's `drawn`,
-    // and from the command being issued to the same, in microseconds. False on a time-out.
-    bool move(const QString &cell, double *sentToDrawn, double *issuedToDrawn)
+    struct Latency
+    {
+        double sentToDrawn = 0;     // the figure: the mover's send to the peer's point painted
+        double sentToReceived = 0;  // of which on the way
+        double issuedToDrawn = 0;   // from the command written to the mover's input
+    };
+
+    // One move by whoever's turn it is, with its latencies in microseconds; false on a
+    // time-out.
+    bool move(const QString &cell, Latency *latency)
     {
         Player &mover = m_hostToMove ? m_host : m_join;
         Player &peer = m_hostToMove ? m_join : m_host;
@@ -136,9 +143,11 @@ public:
         if (!wait(mover, "sent", cell, moverFrom) || !wait(peer, "drawn", drawn, peerFrom))
             return false;
         const qint64 sent = at(mover, "sent", cell, moverFrom);
+        const qint64 received = at(peer, "received", cell, peerFrom);
         const qint64 shown = at(peer, "drawn", drawn, peerFrom);
-        *sentToDrawn = double(shown - sent) / 1e3;
-        *issuedToDrawn = double(shown - issued) / 1e3;
+        latency->sentToDrawn = double(shown - sent) / 1e3;
+        latency->sentToReceived = double(received - sent) / 1e3;
+        latency->issuedToDrawn = double(shown - issued) / 1e3;
         m_hostToMove = !m_hostToMove;
         return true;
     }
@@ -269,9 +278,9 @@ int main(int argc, char *argv[])
     std::printf("both started and names exchanged: %.0f ms\n", double(Bench::monotonicNs() - started) / 1e6);
 
     // Mid-match: one game played out, a chat line each way, a restart.
-    double ignored = 0;
+    Bout::Latency ignored;
     for (const QString &cell : kDrawnGame) {
-        if (!bout.move(cell, &ignored, &ignored))
+        if (!bout.move(cell, &ignored))
             return fail(bout.why());
     }
     if (!bout.chat(bout.join(), QStringLiteral("Halo Ani")) || !bout.chat(bout.host(), QStringLiteral("Halo Budi"))
@@ -303,19 +312,21 @@ int main(int argc, char *argv[])
     }
     std::fflush(stdout);
 
-    std::vector<double> sentToDrawn, issuedToDrawn, hostToJoin, joinToHost;
+    std::vector<double> sentToDrawn, onTheWay, receivedToDrawn, issuedToDrawn, hostToJoin, joinToHost;
     for (int done = 0; done < moves;) {
         for (const QString &cell : kDrawnGame) {
-            double latency = 0, issued = 0;
+            Bout::Latency latency;
             if (done == moves)
                 break;
             Bench::idle(pauseMs);
             const bool byHost = bout.hostToMove();
-            if (!bout.move(cell, &latency, &issued))
+            if (!bout.move(cell, &latency))
                 return fail(bout.why());
-            sentToDrawn.push_back(latency);
-            issuedToDrawn.push_back(issued);
-            (byHost ? hostToJoin : joinToHost).push_back(latency);
+            sentToDrawn.push_back(latency.sentToDrawn);
+            onTheWay.push_back(latency.sentToReceived);
+            receivedToDrawn.push_back(latency.sentToDrawn - latency.sentToReceived);
+            issuedToDrawn.push_back(latency.issuedToDrawn);
+            (byHost ? hostToJoin : joinToHost).push_back(latency.sentToDrawn);
             ++done;
         }
         if (!bout.restart())
@@ -329,6 +340,8 @@ int main(int argc, char *argv[])
     latencyLine("sent to the peer's drawn", sentToDrawn);
     latencyLine("  host to joiner", hostToJoin);
     latencyLine("  joiner to host", joinToHost);
+    latencyLine("  sent to the peer's received", onTheWay);
+    latencyLine("  received to drawn", receivedToDrawn);
     latencyLine("command issued to drawn", issuedToDrawn);
     memoryLine("after the moves", bout.host(), "host");
     memoryLine("after the moves", bout.join(), "joiner");
