@@ -1,0 +1,125 @@
+#!/usr/bin/env bash
+# Builds as the README build does (into build/ or $DORVALA_BUILD_DIR), runs every benchmark
+# and prints one Markdown table: figure, value, target, whether it is met, and the machine.
+# Benchmarks print figures only; nothing here fails on time. Everything stays on loopback.
+#
+#   scripts/bench.sh                      the full run (about two minutes after the build)
+#   BENCH_RUNS=5 BENCH_MOVES=100 BENCH_IDLE=3 scripts/bench.sh      a quick look
+#   BENCH_LOGS=DIR scripts/bench.sh       keep each benchmark's own output in DIR
+#   BENCH_NO_BUILD=1 scripts/bench.sh     use the programs already built there
+#
+# The start-up and two-program figures need Xvfb (xvfb-run); the others run offscreen.
+# Take the figures on a quiet machine: the table shows the load average around the run.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+runs="${BENCH_RUNS:-20}"
+moves="${BENCH_MOVES:-1000}"
+idle="${BENCH_IDLE:-10}"
+entries="${BENCH_ENTRIES:-10000}"
+build="${DORVALA_BUILD_DIR:-build}"
+logs="${BENCH_LOGS:-$(mktemp -d)}"
+mkdir -p "$logs"
+
+if [ -z "${BENCH_NO_BUILD:-}" ]; then
+  scripts/deps.sh
+  scripts/build.sh > "$logs/build.txt" 2>&1 || { tail -40 "$logs/build.txt"; exit 1; }
+fi
+bin="$build/bin"
+
+export DORVALA_LOCAL_IP=127.0.0.1
+unset DORVALA_FTP_URL DORVALA_MATCH_PORT DORVALA_PROBE_PORT
+load_before="$(cut -d' ' -f1-3 /proc/loadavg)"
+started="$(date -u '+%Y-%m-%d %H:%M UTC')"
+
+on_x() { xvfb-run -a -s "-screen 0 1024x768x24" "$@"; }
+run() {  # run NAME COMMAND...: the command's output into $logs/NAME.txt, said on failure
+  local name="$1"; shift
+  echo "running $name ..." >&2
+  if ! "$@" > "$logs/$name.txt" 2> "$logs/$name.err"; then
+    echo "$name failed; see $logs/$name.err" >&2
+    tail -5 "$logs/$name.err" >&2
+  fi
+}
+
+run startup on_x "$bin/bench_startup" "$runs"
+run two_players on_x "$bin/bench_two_players" "$moves" "$idle"
+run lobby env QT_QPA_PLATFORM=offscreen "$bin/bench_lobby" "$entries"
+run match env QT_QPA_PLATFORM=offscreen "$bin/bench_match" "$idle"
+run board env QT_QPA_PLATFORM=offscreen "$bin/bench_board"
+run sound_cues env QT_QPA_PLATFORM=offscreen "$bin/bench_sound_cues" "$idle"
+load_after="$(cut -d' ' -f1-3 /proc/loadavg)"
+
+# after FILE LINE-PATTERN WORD [N]: the N-th (default first) field after WORD on the first
+# line matching the pattern; "?" when there is none.
+after() {
+  awk -v pattern="$2" -v word="$3" -v n="${4:-1}" '
+    $0 ~ pattern { for (i = 1; i < NF; i++) if ($i == word) { print $(i + n); found = 1; exit } }
+    END { if (!found) print "?" }' "$logs/$1.txt"
+}
+# The number after the last colon of the first line matching the pattern.
+colon() {
+  awk -v pattern="$2" '$0 ~ pattern { sub(/.*: */, ""); print $1; found = 1; exit }
+    END { if (!found) print "?" }' "$logs/$1.txt"
+}
+# meets VALUE LIMIT: "yes" when VALUE <= LIMIT, "no" when above, "?" when unknown.
+meets() {
+  awk -v v="$1" -v limit="$2" 'BEGIN {
+    if (v !~ /^[0-9.]+$/) print "?"; else if (v + 0 <= limit + 0) print "yes"; else print "no" }'
+}
+
+title_median="$(after startup '^title screen +window wholly drawn' median)"
+title_p90="$(after startup '^title screen +window wholly drawn' p90)"
+bare_median="$(after startup '^bare Qt window +window wholly drawn' median)"
+bare_p90="$(after startup '^bare Qt window +window wholly drawn' p90)"
+title_mb="$(after startup '^title screen +peak memory' median)"
+bare_mb="$(after startup '^bare Qt window +peak memory' median)"
+host_mb="$(after two_players 'peak memory mid-match +host' VmHWM)"
+join_mb="$(after two_players 'peak memory mid-match +joiner' VmHWM)"
+host_end_mb="$(after two_players 'peak memory after the moves +host' VmHWM)"
+join_end_mb="$(after two_players 'peak memory after the moves +joiner' VmHWM)"
+host_cpu="$(after two_players 'idle CPU over .* host' host)"
+join_cpu="$(after two_players 'idle CPU over .* joiner' joiner)"
+host_sched="$(after two_players 'idle CPU over .* host' '(utime+stime)')"
+join_sched="$(after two_players 'idle CPU over .* joiner' '(utime+stime)')"
+lat_p50="$(after two_players "sent to the peer's drawn" p50)"
+lat_p99="$(after two_players "sent to the peer's drawn" p99)"
+lat_max="$(after two_players "sent to the peer's drawn" max)"
+lat_count="$(awk "/sent to the peer's drawn/ { print \$(NF - 1); exit }" "$logs/two_players.txt" | tr -d '(')"
+way_p50="$(after two_players "sent to the peer's received" p50)"
+way_p99="$(after two_players "sent to the peer's received" p99)"
+lobby_entries="$(colon lobby '^registry entries')"
+lobby_fill="$(colon lobby '^host list filled')"
+lobby_stall="$(colon lobby '^longest UI stall meanwhile')"
+lobby_probe_stall="$(colon lobby '^longest UI stall while probing')"
+inproc_move="$(awk '/a move from click to the other board/ { print $(NF - 1); exit }' "$logs/match.txt")"
+board_paint="$(awk '/paint the whole board area/ { print $(NF - 1); exit }' "$logs/board.txt")"
+cues_idle="$(awk -F'= ' '/idle CPU over/ { split($2, a, " "); print a[1]; exit }' "$logs/sound_cues.txt")"
+
+us_to_ms() { awk -v v="$1" 'BEGIN { if (v ~ /^[0-9.]+$/) printf "%.2f", v / 1000; else print "?" }'; }
+lat_p99_ms="$(us_to_ms "$lat_p99")"
+cpu_model="$(awk -F': ' '/^model name/ { print $2; exit }' /proc/cpuinfo)"
+qt_version="$(pkg-config --modversion Qt6Core 2>/dev/null || echo '?')"
+
+cat <<EOF
+| figure | value | target | met |
+|---|---|---|---|
+| title window on screen: process start to window wholly drawn, median / p90 of $runs (Xvfb) | $title_median / $title_p90 ms | ≤ 60 ms | $(meets "$title_median" 60) |
+| bare Qt 6 window of the same size, the same measure (yardstick) | $bare_median / $bare_p90 ms | about 40 ms | — |
+| peak memory of the title screen when drawn (VmHWM) | $title_mb MB | — | — |
+| peak memory of the bare Qt window when drawn (yardstick) | $bare_mb MB | about 28 MB | — |
+| peak memory mid-match, host (VmHWM after connecting, a game, chat) | $host_mb MB | < 50 MB | $(meets "$host_mb" 49.99) |
+| peak memory mid-match, joiner | $join_mb MB | < 50 MB | $(meets "$join_mb" 49.99) |
+| peak memory after all the moves, host / joiner | $host_end_mb / $join_end_mb MB | < 50 MB | $(meets "$(awk -v a="$host_end_mb" -v b="$join_end_mb" 'BEGIN { print (a > b ? a : b) }')" 49.99) |
+| idle CPU of a connected match over $idle s, host (utime+stime; scheduler's count) | $host_cpu % ($host_sched %) | ≤ 0.2 % of a core | $(meets "$host_cpu" 0.2) |
+| idle CPU of a connected match over $idle s, joiner | $join_cpu % ($join_sched %) | ≤ 0.2 % of a core | $(meets "$join_cpu" 0.2) |
+| move latency, mover's send to the peer's point drawn, p50 / p99 / max of $lat_count moves | $lat_p50 / $lat_p99 / $lat_max µs | p99 ≤ 2 ms | $(meets "$lat_p99_ms" 2) |
+| of which the way over loopback (send to the peer's read), p50 / p99 | $way_p50 / $way_p99 µs | — | — |
+| lobby, $lobby_entries registry entries: host list filled after the listing arrived | $lobby_fill ms | — | — |
+| lobby: longest UI-thread stall while filling / while probing | $lobby_stall / $lobby_probe_stall ms | ≤ 50 ms | $(meets "$(awk -v a="$lobby_stall" -v b="$lobby_probe_stall" 'BEGIN { print (a > b ? a : b) }')" 50) |
+| in one process: a move from click to the other board, median | $inproc_move µs | — | — |
+| painting the whole board area, median | $board_paint ns | — | — |
+| seven sound cues left idle, CPU | $cues_idle % | — | — |
+| machine | $(nproc) × $cpu_model, $(. /etc/os-release && echo "$PRETTY_NAME"), Qt $qt_version | | |
+| run | $started; load average $load_before before, $load_after after | | |
+EOF
