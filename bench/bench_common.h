@@ -59,6 +59,20 @@ inline double cpuSeconds(qint64 pid = 0)
            / double(sysconf(_SC_CLK_TCK));
 }
 
+// On-CPU time of every thread of a process, in seconds, as the scheduler counts it
+// (nanosecond resolution, unlike the clock ticks of /proc/<pid>/stat).
+inline double scheduledSeconds(qint64 pid)
+{
+    double total = 0;
+    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
+    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(tasks.filePath(task + QStringLiteral("/schedstat")));
+        if (file.open(QIODevice::ReadOnly))
+            total += file.readAll().split(' ').value(0).toDouble() / 1e9;
+    }
+    return total;
+}
+
 // A "Key:" line of /proc/<pid>/status (0 = this process) without the key, e.g. "41236 kB".
 inline QByteArray procStatus(const char *key, qint64 pid = 0)
 {

@@ -8,7 +8,9 @@
 // blocks on the X connection and takes the time of three events of the program's first
 // mapped top-level window: mapped, the first pixels drawn into it and the window wholly
 // drawn (both seen through the DAMAGE extension, so the program itself is not touched).
-// One warm-up run (font and disk caches) comes before the counted ones.
+// One warm-up run (font and disk caches) comes before the counted ones. Also the program's
+// peak memory (VmHWM) and the CPU time it has used (all threads) at the moment its window is
+// wholly drawn; the CPU time varies less than the wall time on a busy machine.
 #include "bench_common.h"
 
 #include <QCoreApplication>
@@ -97,6 +99,8 @@ struct Run
     std::optional<double> mapped;
     std::optional<double> firstPixels;
     std::optional<double> whole;
+    double peakMb = -1;  // VmHWM when the window was wholly drawn
+    double cpuMs = -1;   // CPU time used by then (all threads), less sensitive to load
 };
 
 struct Window
@@ -169,6 +173,10 @@ public:
             take(event, since(), &run);
             std::free(event);
         }
+        if (run.whole) {
+            run.peakMb = Bench::procStatusMb("VmHWM", pid);
+            run.cpuMs = Bench::scheduledSeconds(pid) * 1e3;
+        }
         kill(pid, SIGTERM);
         int status = 0;
         waitpid(pid, &status, 0);
@@ -239,7 +247,7 @@ private:
 void report(const char *what, Watcher &watcher, const std::vector<std::string> &command, int runs)
 {
     watcher.measure(command);  // warm-up
-    std::vector<double> mapped, first, whole;
+    std::vector<double> mapped, first, whole, peak, cpu;
     int missed = 0;
     for (int i = 0; i < runs; ++i) {
         const Run run = watcher.measure(command);
@@ -250,6 +258,8 @@ void report(const char *what, Watcher &watcher, const std::vector<std::string> &
         mapped.push_back(*run.mapped);
         first.push_back(*run.firstPixels);
         whole.push_back(*run.whole);
+        peak.push_back(run.peakMb);
+        cpu.push_back(run.cpuMs);
     }
     const auto line = [&](const char *event, std::vector<double> values) {
         std::printf("%-14s %-20s median %7.1f ms   p90 %7.1f ms   (%zu runs)\n", what, event,
@@ -258,6 +268,9 @@ void report(const char *what, Watcher &watcher, const std::vector<std::string> &
     line("window mapped", mapped);
     line("first pixels drawn", first);
     line("window wholly drawn", whole);
+    line("CPU time until drawn", cpu);
+    std::printf("%-14s %-20s median %7.1f MB   (VmHWM when wholly drawn)\n", what, "peak memory",
+                Bench::percentile(peak, 50));
     if (missed)
         std::printf("%s: %d runs showed no window within 20 s\n", what, missed);
     std::fflush(stdout);

@@ -83,19 +83,6 @@ qint64 switches(qint64 pid)
     return total;
 }
 
-// On-CPU time of every thread of a process, in seconds, as the scheduler counts it.
-double scheduledSeconds(qint64 pid)
-{
-    double total = 0;
-    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
-    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile file(tasks.filePath(task + QStringLiteral("/schedstat")));
-        if (file.open(QIODevice::ReadOnly))
-            total += file.readAll().split(' ').value(0).toDouble() / 1e9;
-    }
-    return total;
-}
-
 class Bout
 {
 public:
@@ -297,7 +284,7 @@ int main(int argc, char *argv[])
     qint64 wakeups[2];
     for (int i = 0; i < 2; ++i) {
         ticks[i] = Bench::cpuSeconds(players[i]->pid);
-        scheduled[i] = scheduledSeconds(players[i]->pid);
+        scheduled[i] = Bench::scheduledSeconds(players[i]->pid);
         wakeups[i] = switches(players[i]->pid);
     }
     const qint64 idleFrom = Bench::monotonicNs();
@@ -305,7 +292,7 @@ int main(int argc, char *argv[])
     const double wall = double(Bench::monotonicNs() - idleFrom) / 1e9;
     for (int i = 0; i < 2; ++i) {
         const double tickShare = 100.0 * (Bench::cpuSeconds(players[i]->pid) - ticks[i]) / wall;
-        const double schedShare = 100.0 * (scheduledSeconds(players[i]->pid) - scheduled[i]) / wall;
+        const double schedShare = 100.0 * (Bench::scheduledSeconds(players[i]->pid) - scheduled[i]) / wall;
         const double perSecond = double(switches(players[i]->pid) - wakeups[i]) / wall;
         std::printf("idle CPU over %.0f s, %-6s %7.3f %% of one core (utime+stime)   %7.3f %% (scheduler), %.0f wake-ups/s\n",
                     wall, i == 0 ? "host" : "joiner", tickShare, schedShare, perSecond);
