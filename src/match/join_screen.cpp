@@ -13,6 +13,7 @@
 
 namespace {
 constexpr int NameDelay = 1000;
+constexpr int ConnectWhenHiddenMs = 150;
 }
 
 JoinScreen::JoinScreen(const QString &hostAddress, QWidget *parent)
@@ -50,8 +51,31 @@ void JoinScreen::loadSteps()
 
     m_data->close();
     setWindowTitle(QStringLiteral("Dorvala Online :: CLient IP : ") + Settings::localIp());
-    m_data->connectToHost(m_hostAddress, Settings::matchPort());
+    // The host greets at once and answers our total 10 ms later; with nothing marking where
+    // one message ends, both would be read as one if they found this screen still busy with
+    // its first paint. So the connection starts once the screen has been drawn, or shortly
+    // anyway when it is never shown.
+    m_connectAfterShow = new QTimer(this);
+    m_connectAfterShow->setSingleShot(true);
+    connect(m_connectAfterShow, &QTimer::timeout, this, &JoinScreen::connectToHost);
+    m_connectAfterShow->start(ConnectWhenHiddenMs);
     m_play->LockBoard();
+}
+
+void JoinScreen::paintEvent(QPaintEvent *event)
+{
+    MatchScreen::paintEvent(event);
+    if (m_connectAfterShow && m_connectAfterShow->isActive())
+        m_connectAfterShow->start(0);  // after this paint has been flushed
+}
+
+void JoinScreen::connectToHost()
+{
+    if (!m_connectAfterShow)
+        return;
+    m_connectAfterShow->deleteLater();
+    m_connectAfterShow = nullptr;
+    m_data->connectToHost(m_hostAddress, Settings::matchPort());
 }
 
 void JoinScreen::data_Connect()

@@ -18,8 +18,10 @@ public:
 
 protected:
     void loadSteps() override;
+    void paintEvent(QPaintEvent *event) override;
 
 private:
+    void connectToHost();
     void data_Connect();
     void data_Error(const QString &sentence);
     void SD_Timer();
@@ -27,5 +29,6 @@ private:
     QLabel *Label2 = nullptr;
     QLabel *Label5 = nullptr;
     QTimer *SD = nullptr;
+    QTimer *m_connectAfterShow = nullptr;
     QString m_hostAddress;
 };

@@ -16,16 +16,23 @@ int main(int argc, char *argv[])
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
 
-    QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Pobrek"));
     QCoreApplication::setApplicationName(QStringLiteral("dorvala"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
 
+    // Help, version and a wrong command line need no window system at all.
     const Program::Options options = Program::parse(arguments);
     if (!options.ok || options.exitNow) {
         std::fputs(qPrintable(options.message + u'\n'), options.ok ? stdout : stderr);
         return options.ok ? 0 : 2;
     }
+    // The demo plays offscreen when there is no display to show it on.
+    if (!options.demo.isEmpty() && qEnvironmentVariableIsEmpty("DISPLAY")
+        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+        && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    QApplication app(argc, argv);
 
     QApplication::setWindowIcon(QIcon(PictureStore::picture(QStringLiteral("Icon"))));
     Screens screens;

@@ -73,6 +73,20 @@ void TestMatchPlay::joinOpening()
     F f;
     QTcpServer server;
     QVERIFY(server.listen(QHostAddress::LocalHost, f.env.port()));
+    // The reader is attached the moment the joiner is accepted, so each arrival is seen alone.
+    QElapsedTimer clock;
+    QTcpSocket *raw = nullptr;
+    QStringList got;
+    qint64 nameAfter = -1;
+    connect(&server, &QTcpServer::newConnection, &server, [&] {
+        raw = server.nextPendingConnection();
+        clock.start();
+        connect(raw, &QTcpSocket::readyRead, raw, [&] {
+            got << QString::fromLatin1(raw->readAll());
+            if (got.last().startsWith(u'X'))
+                nameAfter = clock.elapsed();
+        });
+    });
     JoinScreen *join = f.openJoin(QStringLiteral("Bob"));
     QCOMPARE(join->windowTitle(), QStringLiteral("Dorvala Online :: CLient IP : 127.0.0.1"));
     QVERIFY(!F::enabled(join, "A1"));
@@ -80,17 +94,7 @@ void TestMatchPlay::joinOpening()
     QVERIFY(!F::visible(join, "infox"));
     QCOMPARE(F::text(join, "infox"), QStringLiteral("Kamu Kalah!"));
 
-    QVERIFY(server.waitForNewConnection(10000) || server.hasPendingConnections());
-    QElapsedTimer clock;
-    clock.start();
-    QTcpSocket *raw = server.nextPendingConnection();
-    QStringList got;
-    qint64 nameAfter = -1;
-    connect(raw, &QTcpSocket::readyRead, raw, [&] {
-        got << QString::fromLatin1(raw->readAll());
-        if (got.last().startsWith(u'X'))
-            nameAfter = clock.elapsed();
-    });
+    QTRY_VERIFY_WITH_TIMEOUT(raw, 10000);
     QTRY_COMPARE_WITH_TIMEOUT(got.size(), 2, 10000);
     QCOMPARE(got, (QStringList{QStringLiteral("$0"), QStringLiteral("XBob")}));
     QVERIFY2(nameAfter >= 800, qPrintable(QString::number(nameAfter)));
