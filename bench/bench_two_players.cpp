@@ -9,6 +9,7 @@
 //   - peak memory again after all the moves.
 //
 //   bench_two_players [moves, default 1000] [idle seconds, default 10] [pause ms, default 20]
+//   BENCH_DORVALA=/path/to/dorvala bench_two_players ...     another build of the program
 //
 // Games are played out to a full board without a line (none is detected as a draw), then
 // the host's "Restart" clears them; the turn carries over, so host and joiner take turns
@@ -21,6 +22,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QProcessEnvironment>
 #include <QSet>
 #include <QTemporaryDir>
@@ -44,7 +46,15 @@ struct Player
     QString mark;  // "O" or "X"
 };
 
-// This process's children named dorvala.
+// The program to measure: the one beside this bench, or BENCH_DORVALA (another build of it,
+// to compare a change).
+QString program()
+{
+    const QString forced = qEnvironmentVariable("BENCH_DORVALA");
+    return forced.isEmpty() ? QCoreApplication::applicationDirPath() + QStringLiteral("/dorvala") : forced;
+}
+
+// This process's children running that program.
 QSet<qint64> programChildren()
 {
     QSet<qint64> found;
@@ -60,7 +70,8 @@ QSet<qint64> programChildren()
         const QByteArray line = stat.readAll();
         const QByteArray name = line.mid(line.indexOf('(') + 1, line.lastIndexOf(')') - line.indexOf('(') - 1);
         const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-        if (name == "dorvala" && fields.value(1).toLongLong() == self)
+        if (QFileInfo(program()).fileName().startsWith(QString::fromLocal8Bit(name))
+            && fields.value(1).toLongLong() == self)
             found.insert(pid);
     }
     return found;
@@ -178,8 +189,7 @@ private:
         environment.insert(QStringLiteral("DORVALA_DRIVE_C"), drive.path());
         const QSet<qint64> before = programChildren();
         player.client = std::make_unique<ControlClient>(screen);
-        player.client->start(QCoreApplication::applicationDirPath() + QStringLiteral("/dorvala"),
-                             QStringList{QStringLiteral("--control")} + arguments, environment);
+        player.client->start(program(), QStringList{QStringLiteral("--control")} + arguments, environment);
         if (!wait(player, "screen", screen, 0))
             return false;
         const QSet<qint64> now = programChildren() - before;
