@@ -127,16 +127,13 @@ private slots:
     void init();
     void listing_data();
     void listing();
-    void putThenList();
-    void putNameWithBlanks();
-    void deleteRemoves();
-    void deleteOfMissingEntryFails();
+    void commands_data();
+    void commands();
     void failures_data();
     void failures();
     void noConnectionInTime();
     void refusedWhileExecuting();
     void blackHoleKeepsLoopRunningAndCancels();
-    void silentServerTimesOut();
     void destroyedMidTransfer();
 
 private:
@@ -179,111 +176,109 @@ void TestFtpTransfer::listing()
     QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
     QVERIFY(inet.Execute(QStringLiteral("DIR")));
     QVERIFY(inet.StillExecuting());
-    const QList<int> states = finish(spy);
-    QCOMPARE(states, (QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected,
-                                 FtpTransfer::ResponseCompleted}));
+    QCOMPARE(finish(spy), (QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected,
+                                      FtpTransfer::ResponseCompleted}));
     QVERIFY(!inet.StillExecuting());
-    QCOMPARE(inet.lastError(), 0);
 
+    // One name per line, each ended by CR LF, handed out in chunks of at most 4096.
     const QString response = drain(inet);
-    QVERIFY(response.isEmpty() || response.endsWith(QStringLiteral("\r\n")));
+    QCOMPARE(response.count(QStringLiteral("\r\n")), names.size());
     QStringList listed = response.split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-    QCOMPARE(listed.size(), names.size());
-    QCOMPARE(response.count(u'\r'), names.size());
     listed.sort();
     names.sort();
     QCOMPARE(listed, names);
-    QVERIFY(inet.GetChunk(4096).isEmpty());
 }
 
-void TestFtpTransfer::putThenList()
+// "upload" names a file written to drive C and sent as "PUT C:/<name> <name>".
+void TestFtpTransfer::commands_data()
 {
-    const QByteArray content = "{\\rtf1 127.0.0.5\\par }";
-    QFile local(Settings::cFile(QStringLiteral("C:/127.0.0.5")));
-    QVERIFY(local.open(QIODevice::WriteOnly));
-    local.write(content);
-    local.close();
+    QTest::addColumn<QStringList>("before");
+    QTest::addColumn<QString>("upload");
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<int>("error");
+    QTest::addColumn<QStringList>("after");
+
+    QTest::newRow("put") << QStringList{} << "127.0.0.5" << QString() << 0
+                         << QStringList{"127.0.0.5"};
+    QTest::newRow("put name with blanks")
+        << QStringList{} << "[Nomor IP]" << QString() << 0 << QStringList{"[Nomor IP]"};
+    QTest::newRow("delete") << QStringList{"127.0.0.5", "127.0.0.6"} << QString()
+                            << QStringLiteral("DELETE 127.0.0.5") << 0
+                            << QStringList{"127.0.0.6"};
+    QTest::newRow("delete missing entry")
+        << QStringList{} << QString() << QStringLiteral("DELETE 127.0.0.5")
+        << int(FtpTransfer::ServerError) << QStringList{};
+}
+
+void TestFtpTransfer::commands()
+{
+    QFETCH(QStringList, before);
+    QFETCH(QString, upload);
+    QFETCH(QString, command);
+    QFETCH(int, error);
+    QFETCH(QStringList, after);
+    QVERIFY(m_server.addEntries(before));
+    const QByteArray content = "{\\rtf1 " + upload.toLatin1() + "\\par }";
+    if (!upload.isEmpty()) {
+        QFile local(Settings::cFile(QStringLiteral("C:/") + upload));
+        QVERIFY(local.open(QIODevice::WriteOnly));
+        local.write(content);
+        command = QStringLiteral("PUT C:/%1 %1").arg(upload);
+    }
 
     FtpTransfer inet;
     configure(inet, m_server.url());
     QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
-    QVERIFY(inet.Execute(QStringLiteral("PUT C:/127.0.0.5 127.0.0.5")));
-    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
-    QFile remote(m_server.root() + QStringLiteral("/127.0.0.5"));
-    QVERIFY(remote.open(QIODevice::ReadOnly));
-    QCOMPARE(remote.readAll(), content);
-
-    QVERIFY(inet.Execute(QStringLiteral("DIR")));
-    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
-    QCOMPARE(drain(inet), QStringLiteral("127.0.0.5\r\n"));
-}
-
-void TestFtpTransfer::putNameWithBlanks()
-{
-    QFile local(Settings::cFile(QStringLiteral("C:/[Nomor IP]")));
-    QVERIFY(local.open(QIODevice::WriteOnly));
-    local.write("x");
-    local.close();
-
-    FtpTransfer inet;
-    configure(inet, m_server.url());
-    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
-    QVERIFY(inet.Execute(QStringLiteral("PUT C:/[Nomor IP] [Nomor IP]")));
-    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
-    QCOMPARE(m_server.entries(), QStringList{"[Nomor IP]"});
-}
-
-void TestFtpTransfer::deleteRemoves()
-{
-    QVERIFY(m_server.addEntries({"127.0.0.5", "127.0.0.6"}));
-    FtpTransfer inet;
-    configure(inet, m_server.url());
-    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
-    QVERIFY(inet.Execute(QStringLiteral("DELETE 127.0.0.5")));
-    QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
-    QCOMPARE(m_server.entries(), QStringList{"127.0.0.6"});
-}
-
-void TestFtpTransfer::deleteOfMissingEntryFails()
-{
-    FtpTransfer inet;
-    configure(inet, m_server.url());
-    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
-    QVERIFY(inet.Execute(QStringLiteral("DELETE 127.0.0.5")));
-    QCOMPARE(finish(spy).last(), int(FtpTransfer::Error));
-    QCOMPARE(inet.lastError(), int(FtpTransfer::ServerError));
-    QVERIFY(!inet.lastErrorText().isEmpty());
+    QVERIFY(inet.Execute(command));
+    QCOMPARE(finish(spy).last(),
+             int(error ? FtpTransfer::Error : FtpTransfer::ResponseCompleted));
+    QCOMPARE(inet.lastError(), error);
+    QCOMPARE(m_server.entries(), after);
+    if (!upload.isEmpty()) {
+        QFile remote(m_server.root() + u'/' + upload);
+        QVERIFY(remote.open(QIODevice::ReadOnly));
+        QCOMPARE(remote.readAll(), content);
+    }
 }
 
 void TestFtpTransfer::failures_data()
 {
-    QTest::addColumn<bool>("serverUp");
+    QTest::addColumn<QString>("server");
     QTest::addColumn<QString>("password");
     QTest::addColumn<QList<int>>("states");
     QTest::addColumn<int>("error");
 
     QTest::newRow("server down")
-        << false << QStringLiteral("418526")
+        << "down" << QStringLiteral("418526")
         << QList<int>{FtpTransfer::Connecting, FtpTransfer::Error}
         << int(FtpTransfer::UnableToConnect);
     QTest::newRow("wrong password")
-        << true << QStringLiteral("000000")
+        << "registry" << QStringLiteral("000000")
         << QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected, FtpTransfer::Error}
         << int(FtpTransfer::LoginRefused);
+    QTest::newRow("silent server times out")
+        << "silent" << QStringLiteral("418526")
+        << QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected, FtpTransfer::Error}
+        << int(FtpTransfer::RequestTimedOut);
 }
 
 void TestFtpTransfer::failures()
 {
-    QFETCH(bool, serverUp);
+    QFETCH(QString, server);
     QFETCH(QString, password);
     QFETCH(QList<int>, states);
     QFETCH(int, error);
 
+    BlackHoleServer hole;
+    QVERIFY(hole.start());
     FtpTransfer inet;
-    configure(inet, serverUp ? m_server.url()
-                             : QStringLiteral("ftp://dorvala@127.0.0.1:%1/")
-                                   .arg(MatchEnv::freePort()));
+    configure(inet, server == "registry" ? m_server.url()
+                    : server == "silent" ? hole.url()
+                                         : QStringLiteral("ftp://dorvala@127.0.0.1:%1/")
+                                               .arg(MatchEnv::freePort()));
     inet.setPassword(password);
+    if (server == "silent")
+        inet.setRequestTimeout(1);
     QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
     QVERIFY(inet.Execute(QStringLiteral("DIR")));
     QCOMPARE(finish(spy), states);
@@ -360,20 +355,6 @@ void TestFtpTransfer::blackHoleKeepsLoopRunningAndCancels()
     spy.clear();
     QVERIFY(inet.Execute(QStringLiteral("DIR")));
     QCOMPARE(finish(spy).last(), int(FtpTransfer::ResponseCompleted));
-}
-
-void TestFtpTransfer::silentServerTimesOut()
-{
-    BlackHoleServer hole;
-    QVERIFY(hole.start());
-    FtpTransfer inet;
-    configure(inet, hole.url());
-    inet.setRequestTimeout(1);
-    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
-    QVERIFY(inet.Execute(QStringLiteral("DIR")));
-    QCOMPARE(finish(spy), (QList<int>{FtpTransfer::Connecting, FtpTransfer::Connected,
-                                      FtpTransfer::Error}));
-    QCOMPARE(inet.lastError(), int(FtpTransfer::RequestTimedOut));
 }
 
 void TestFtpTransfer::destroyedMidTransfer()
