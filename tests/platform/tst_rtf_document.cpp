@@ -41,15 +41,12 @@ private slots:
     void writesExactBytes();
     void roundTrips_data();
     void roundTrips();
-    void readsForeignDocuments_data();
-    void readsForeignDocuments();
-    void readsBadInput_data();
-    void readsBadInput();
+    void reads_data();
+    void reads();
     void survivesHugeAndHostileInput_data();
     void survivesHugeAndHostileInput();
     void savesAndLoads_data();
     void savesAndLoads();
-    void saveReplacesWholeFile();
     void saveFailsWithReason();
     void loadTellsMissingFromUnreadable();
 };
@@ -89,10 +86,6 @@ void TestRtfDocument::roundTrips_data()
 {
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("empty") << QString();
-    QTest::newRow("zero") << QStringLiteral("0");
-    QTest::newRow("negative") << QStringLiteral("-12");
-    QTest::newRow("placeholder") << QStringLiteral("[Nomor IP]");
     QTest::newRow("spaces kept") << QStringLiteral("  a  b  ");
     QTest::newRow("digit after escape") << QStringLiteral("\u00E91\u03A92\t3");
     QTest::newRow("specials") << QStringLiteral("{}\\ {\\par} \\'41");
@@ -112,7 +105,7 @@ void TestRtfDocument::roundTrips()
     QCOMPARE(RtfDocument::readText(RtfDocument::write(text) + '\0'), text);
 }
 
-void TestRtfDocument::readsForeignDocuments_data()
+void TestRtfDocument::reads_data()
 {
     QTest::addColumn<QByteArray>("rtf");
     QTest::addColumn<QString>("text");
@@ -174,25 +167,9 @@ void TestRtfDocument::readsForeignDocuments_data()
     QTest::newRow("raw 8-bit bytes") << QByteArray("{\\rtf1 caf\xe9}") << QStringLiteral("caf\u00E9");
     QTest::newRow("symbols") << QByteArray("{\\rtf1 \\emdash\\endash\\bullet\\lquote\\rquote}")
                              << QStringLiteral("\u2014\u2013\u2022\u2018\u2019");
-    QTest::newRow("leading whitespace") << QByteArray(" \r\n{\\rtf1 x}") << QStringLiteral("x");
-}
-
-void TestRtfDocument::readsForeignDocuments()
-{
-    QFETCH(QByteArray, rtf);
-    QFETCH(QString, text);
-    QCOMPARE(RtfDocument::readText(rtf), text);
-}
-
-void TestRtfDocument::readsBadInput_data()
-{
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<QString>("text");
-
     // Not RTF: the text of the file, like a rich-text box shows it.
     QTest::newRow("empty") << QByteArray() << QString();
     QTest::newRow("plain number") << QByteArray("5") << QStringLiteral("5");
-    QTest::newRow("plain with line end") << QByteArray("5\r\n") << QStringLiteral("5");
     QTest::newRow("plain lines") << QByteArray("a\r\nb\rc\n") << QStringLiteral("a\nb\nc");
     QTest::newRow("plain cp1252") << QByteArray("caf\xe9 \x80") << QStringLiteral("caf\u00E9 \u20AC");
     QTest::newRow("plain utf-8 with mark") << QByteArray("\xEF\xBB\xBF" "caf\xC3\xA9")
@@ -201,7 +178,6 @@ void TestRtfDocument::readsBadInput_data()
     QTest::newRow("rtf lowercase only") << QByteArray("{\\RTF1 x}") << QStringLiteral("{\\RTF1 x}");
     // Broken RTF: the text read so far.
     QTest::newRow("no closing brace") << QByteArray("{\\rtf1 abc\\par") << QStringLiteral("abc");
-    QTest::newRow("too few closing") << QByteArray("{\\rtf1 {{{abc") << QStringLiteral("abc");
     QTest::newRow("too many closing") << QByteArray("{\\rtf1 {a}}}} b}") << QStringLiteral("a");
     QTest::newRow("trailing backslash") << QByteArray("{\\rtf1 a\\") << QStringLiteral("a");
     QTest::newRow("hex cut short") << QByteArray("{\\rtf1 a\\'4") << QStringLiteral("a");
@@ -215,11 +191,11 @@ void TestRtfDocument::readsBadInput_data()
     QTest::newRow("embedded NUL dropped") << QByteArray("{\\rtf1 a\0b}", 11) << QStringLiteral("ab");
 }
 
-void TestRtfDocument::readsBadInput()
+void TestRtfDocument::reads()
 {
-    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, rtf);
     QFETCH(QString, text);
-    QCOMPARE(RtfDocument::readText(input), text);
+    QCOMPARE(RtfDocument::readText(rtf), text);
 }
 
 void TestRtfDocument::survivesHugeAndHostileInput_data()
@@ -232,8 +208,6 @@ void TestRtfDocument::survivesHugeAndHostileInput_data()
     const QByteArray close(100000, '}');
     QTest::newRow("deep nesting balanced")
         << QByteArray("{\\rtf1 ") + open + "x" + close + "y}" << QStringLiteral("xy") << true;
-    QTest::newRow("deep nesting never closed")
-        << QByteArray("{\\rtf1 ") + open + "x" << QStringLiteral("x") << true;
     QTest::newRow("10 MB of open braces")
         << QByteArray("{\\rtf1 a") + QByteArray(10 * 1024 * 1024, '{') << QStringLiteral("a") << true;
     QTest::newRow("skipped group deeply nested")
@@ -282,11 +256,7 @@ void TestRtfDocument::survivesHugeAndHostileInput()
 void TestRtfDocument::savesAndLoads_data()
 {
     QTest::addColumn<QString>("text");
-
-    QTest::newRow("score") << QStringLiteral("0");
-    QTest::newRow("negative score") << QStringLiteral("-3");
-    QTest::newRow("address") << QStringLiteral("10.0.0.7");
-    QTest::newRow("empty") << QString();
+    QTest::newRow("score") << QStringLiteral("-3");
     QTest::newRow("name with specials") << QStringLiteral("Bud{i}\\ \u00E9\u4E2D\nbaris");
 }
 
@@ -294,27 +264,20 @@ void TestRtfDocument::savesAndLoads()
 {
     QFETCH(QString, text);
     QTemporaryDir dir;
-    QVERIFY(dir.isValid());
     const QString path = dir.filePath(QStringLiteral("dvq"));
+    // A longer old file is replaced whole, not overwritten in place.
+    QVERIFY(writeFile(path, QByteArray(5000, 'x')));
     QString error = QStringLiteral("stale");
     QVERIFY(RtfDocument::save(path, text, &error));
     QVERIFY(error.isEmpty());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), RtfDocument::write(text));
     RtfDocument::LoadStatus status = RtfDocument::LoadStatus::Missing;
     QCOMPARE(RtfDocument::load(path, &status), text);
     QCOMPARE(status, RtfDocument::LoadStatus::Ok);
     // Nothing but the file is left behind by the atomic save.
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"dvq"});
-}
-
-void TestRtfDocument::saveReplacesWholeFile()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("dvq"));
-    QVERIFY(writeFile(path, QByteArray(5000, 'x')));
-    QVERIFY(RtfDocument::save(path, QStringLiteral("7")));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), RtfDocument::write(QStringLiteral("7")));
 }
 
 void TestRtfDocument::saveFailsWithReason()
@@ -341,9 +304,6 @@ void TestRtfDocument::loadTellsMissingFromUnreadable()
 
     QCOMPARE(RtfDocument::load(dir.filePath(QStringLiteral("absent")), &status), QString());
     QCOMPARE(status, Status::Missing);
-    QCOMPARE(RtfDocument::load(QString(), &status), QString());
-    QCOMPARE(status, Status::Missing);
-
     QCOMPARE(RtfDocument::load(dir.path(), &status), QString());
     QCOMPARE(status, Status::Unreadable);
 
@@ -356,10 +316,6 @@ void TestRtfDocument::loadTellsMissingFromUnreadable()
     QVERIFY(writeFile(empty, QByteArray()));
     QCOMPARE(RtfDocument::load(empty, &status), QString());
     QCOMPARE(status, Status::Ok);
-
-    const QString old = dir.filePath(QStringLiteral("old"));
-    QVERIFY(writeFile(old, RtfDocument::write(QStringLiteral("12")) + '\0'));
-    QCOMPARE(RtfDocument::load(old), QStringLiteral("12"));
 
 #ifdef Q_OS_UNIX
     // A pipe would block a reader that waits for its end.
