@@ -138,8 +138,6 @@ void TestBoardPlay::click_data()
         << QStringList{"send:C1 C1=X", "lock", "cue:MeC"} << "C1";
     QTest::newRow("opponent's piece") << host << ".../.X./..." << "B2" << ".../.X./..."
         << QStringList{"cue:MEX"} << "earlier";
-    QTest::newRow("own piece") << joiner << ".../.X./..." << "B2" << ".../.X./..."
-        << QStringList{"cue:MEX"} << "earlier";
     QTest::newRow("scored X") << host << "x../.../..." << "A1" << "x../.../..."
         << QStringList{"cue:MEX"} << "earlier";
     QTest::newRow("scored O") << host << ".../.../..o" << "C3" << ".../.../..o"

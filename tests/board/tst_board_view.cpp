@@ -33,7 +33,6 @@ void TestBoardView::pictureFollowsState_data()
     // None of the five: the point keeps what it showed (an "O").
     QTest::newRow("lower-case mark") << "x" << "O";
     QTest::newRow("unknown text") << "O3" << "O";
-    QTest::newRow("blank") << " " << "O";
 }
 
 void TestBoardView::pictureFollowsState()

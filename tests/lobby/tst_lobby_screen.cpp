@@ -48,7 +48,6 @@ private slots:
     void cleanup();
     void controls_data();
     void controls();
-    void transfersConfigured();
     void listing_data();
     void listing();
     void listingAgainAppends();
@@ -125,24 +124,6 @@ void TestLobbyScreen::controls()
     QVERIFY(control);
     QCOMPARE(text(control), caption);
     QCOMPARE(control->isVisible(), shown);
-    QVERIFY(wol->findChild<QListWidget *>(QStringLiteral("lstRemoteFile")));
-    QVERIFY(wol->findChild<ProbeResponder *>(QStringLiteral("Hear")));
-    QVERIFY(wol->findChild<ProbeSender *>(QStringLiteral("PingSy")));
-}
-
-void TestLobbyScreen::transfersConfigured()
-{
-    const auto wol = load();
-    for (const char *name : {"Inet1", "Inet2", "Inet3"}) {
-        auto *inet = wol->findChild<FtpTransfer *>(QLatin1String(name));
-        QVERIFY(inet);
-        QCOMPARE(inet->accessType(), 1);
-        QCOMPARE(inet->requestTimeout(), 50);
-        QCOMPARE(inet->protocol(), 4);
-        QCOMPARE(inet->url(), m_server.url());
-        QCOMPARE(inet->userName(), QStringLiteral("dorvala"));
-        QCOMPARE(inet->password(), QStringLiteral("418526"));
-    }
 }
 
 void TestLobbyScreen::listing_data()

@@ -43,11 +43,9 @@ void TestWire::builds_data()
     QTest::newRow("joiner name") << WireMessage::joinerName("Bob") << "XBob";
     QTest::newRow("empty joiner name equals restart") << WireMessage::joinerName("") << "X";
     QTest::newRow("score") << WireMessage::score("12") << "$12";
-    QTest::newRow("negative score") << WireMessage::score("-3") << "$-3";
     QTest::newRow("restart") << WireMessage::restart() << "X";
     QTest::newRow("move") << WireMessage::move("B2") << "B2";
     QTest::newRow("chat keeps the space") << WireMessage::chat("hi") << "msg: hi";
-    QTest::newRow("chat of spaces") << WireMessage::chat("  ") << "msg:   ";
 }
 
 void TestWire::builds()
@@ -69,7 +67,6 @@ void TestWire::receives_data()
     QTest::newRow("host: score") << host << "$7" << "total[7] reply";
     QTest::newRow("join: score is not answered") << join << "$7" << "total[7]";
     QTest::newRow("host: $ alone") << host << "$" << "total[] reply";
-    QTest::newRow("join: $ alone") << join << "$" << "total[]";
     QTest::newRow("host: joiner name") << host << "XBob" << "name[Bob]";
     QTest::newRow("join: X-name is no restart") << join << "XBob" << "";
     QTest::newRow("host: X alone is an empty name") << host << "X" << "name[]";
@@ -81,13 +78,11 @@ void TestWire::receives_data()
     QTest::newRow("host: chat is logged") << host << "msg: hi" << "chat[ hi] log[ hi]";
     QTest::newRow("join: chat is not logged") << join << "msg: hi" << "chat[ hi]";
     QTest::newRow("host: msg alone skipped") << host << "msg" << "";
-    QTest::newRow("join: msg alone skipped") << join << "msg" << "";
     QTest::newRow("host: ms is nothing") << host << "ms" << "";
     QTest::newRow("host: msg with empty text") << host << "msg:" << "chat[] log[]";
     QTest::newRow("join: msgX takes four off") << join << "msgXabc" << "chat[abc]";
     QTest::newRow("host: move") << host << "A1" << "move[A1]";
     QTest::newRow("join: move") << join << "C3" << "move[C3]";
-    QTest::newRow("host: last cell") << host << "C3" << "move[C3]";
     QTest::newRow("lower-case cell is no move") << host << "b2" << "";
     QTest::newRow("cell with a tail is no move") << join << "B2 " << "";
     QTest::newRow("unknown row letter") << join << "D1" << "";

@@ -31,22 +31,14 @@ void TestCp1252::decodesByte_data()
     QTest::addColumn<int>("byte");
     QTest::addColumn<int>("unicode");
 
-    QTest::newRow("NUL") << 0x00 << 0x0000;
     QTest::newRow("A") << 0x41 << 0x0041;
-    QTest::newRow("DEL") << 0x7F << 0x007F;
     QTest::newRow("euro") << 0x80 << 0x20AC;
     QTest::newRow("undefined 81") << 0x81 << 0x0081;
-    QTest::newRow("low quote") << 0x82 << 0x201A;
     QTest::newRow("S caron") << 0x8A << 0x0160;
-    QTest::newRow("undefined 8D") << 0x8D << 0x008D;
-    QTest::newRow("undefined 8F") << 0x8F << 0x008F;
-    QTest::newRow("undefined 90") << 0x90 << 0x0090;
     QTest::newRow("left quote") << 0x91 << 0x2018;
-    QTest::newRow("trade mark") << 0x99 << 0x2122;
     QTest::newRow("undefined 9D") << 0x9D << 0x009D;
     QTest::newRow("Y diaeresis") << 0x9F << 0x0178;
     QTest::newRow("no-break space") << 0xA0 << 0x00A0;
-    QTest::newRow("e acute") << 0xE9 << 0x00E9;
     QTest::newRow("y diaeresis") << 0xFF << 0x00FF;
 }
 
@@ -63,10 +55,8 @@ void TestCp1252::encodes_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QByteArray>("bytes");
 
-    QTest::newRow("empty") << QString() << QByteArray();
     QTest::newRow("ascii") << QStringLiteral("B2 msg:hai") << QByteArray("B2 msg:hai");
     QTest::newRow("euro in text") << QStringLiteral("a\u20ACb") << QByteArray("a\x80" "b");
-    QTest::newRow("dashes") << QStringLiteral("\u2013\u2014") << QByteArray("\x96\x97");
     QTest::newRow("latin-1") << QStringLiteral("caf\u00E9 \u00FF") << QByteArray("caf\xE9 \xFF");
     // C1 controls other than the five undefined bytes are not in the code page.
     QTest::newRow("C1 80") << QStringLiteral("\u0080") << QByteArray("?");
@@ -75,7 +65,6 @@ void TestCp1252::encodes_data()
     QTest::newRow("cjk") << QStringLiteral("\u65E5\u672C") << QByteArray("??");
     QTest::newRow("emoji is one char") << QStringLiteral("a\U0001F600b") << QByteArray("a?b");
     QTest::newRow("lone high surrogate") << QString(QChar(0xD83D)) + u'x' << QByteArray("?x");
-    QTest::newRow("lone low surrogate") << QString(QChar(0xDE00)) << QByteArray("?");
     QTest::newRow("NUL kept") << QString(QChar(0)) << QByteArray(1, '\0');
 }
 

@@ -74,13 +74,6 @@ private slots:
         QCOMPARE(escaped, QString(200, u'a') + QStringLiteral("..."));
     }
 
-    void monotonicClockAdvances()
-    {
-        const qint64 first = ControlEvent::now();
-        QVERIFY(first > 0);
-        QVERIFY(ControlEvent::now() >= first);
-    }
-
     void transcript_data()
     {
         // Events of the two sides as "kind payload t" lines.
