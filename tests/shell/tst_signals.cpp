@@ -1,8 +1,8 @@
 #include "support/ftp_server.h"
+#include "support/match_env.h"
 
 #include <QDir>
 #include <QProcess>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -34,8 +34,8 @@ private slots:
         env.insert(QStringLiteral("DORVALA_LOCAL_IP"), QStringLiteral("127.0.0.1"));
         env.insert(QStringLiteral("DORVALA_DRIVE_C"), drive.path());
         env.insert(QStringLiteral("DORVALA_FTP_URL"), m_ftp.url());
-        env.insert(QStringLiteral("DORVALA_MATCH_PORT"), QString::number(freePort()));
-        env.insert(QStringLiteral("DORVALA_PROBE_PORT"), QString::number(freePort()));
+        env.insert(QStringLiteral("DORVALA_MATCH_PORT"), QString::number(MatchEnv::freePort()));
+        env.insert(QStringLiteral("DORVALA_PROBE_PORT"), QString::number(MatchEnv::freePort()));
         game.setProcessEnvironment(env);
         game.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         game.start(QStringLiteral(DORVALA_BIN_DIR "/dorvala"),
@@ -54,13 +54,6 @@ private slots:
     }
 
 private:
-    static quint16 freePort()
-    {
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost, 0);
-        return probe.serverPort();
-    }
-
     FtpServer m_ftp;
 };
 

@@ -4,11 +4,11 @@
 
 #include "lobby/lobby_screen.h"
 #include "support/ftp_server.h"
+#include "support/match_env.h"
 
 #include <QComboBox>
 #include <QFile>
 #include <QLineEdit>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -29,7 +29,7 @@ private slots:
     {
         qputenv("DORVALA_DRIVE_C", m_drive.path().toUtf8());
         qputenv("DORVALA_FTP_URL", m_ftp.url().toUtf8());
-        qputenv("DORVALA_PROBE_PORT", QByteArray::number(freePort()));
+        qputenv("DORVALA_PROBE_PORT", QByteArray::number(MatchEnv::freePort()));
         m_boxes.clear();
         Screens::criticalBox = [this](QWidget *, const QString &title, const QString &text) {
             m_boxes << title + u'|' + text;
@@ -60,7 +60,7 @@ private slots:
 
     void registryDownShowsTheMessageAndTitleStays()
     {
-        qputenv("DORVALA_FTP_URL", QByteArray("ftp://dorvala@127.0.0.1:") + QByteArray::number(freePort()) + "/");
+        qputenv("DORVALA_FTP_URL", QByteArray("ftp://dorvala@127.0.0.1:") + QByteArray::number(MatchEnv::freePort()) + "/");
         TitleScreen *title = m_screens->openi();
         title->show();
         title->Play_Click();
@@ -124,13 +124,6 @@ private slots:
     }
 
 private:
-    static quint16 freePort()
-    {
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost, 0);
-        return probe.serverPort();
-    }
-
     FtpServer m_ftp;
     QTemporaryDir m_drive;
     QStringList m_boxes;
