@@ -65,23 +65,20 @@ private slots:
         }
     }
 
-    void nothingCoversAnother_data()
+    void nothingCoversAnotherAndCaptionsAreWhole_data()
     {
         QTest::addColumn<QString>("side");
-        QTest::addColumn<bool>("bubbles");
-        QTest::newRow("host") << "host" << false;
-        QTest::newRow("join") << "join" << false;
-        QTest::newRow("host, both bubbles up") << "host" << true;
-        QTest::newRow("join, both bubbles up") << "join" << true;
+        QTest::newRow("host") << "host";
+        QTest::newRow("join") << "join";
     }
 
-    void nothingCoversAnother()
+    void nothingCoversAnotherAndCaptionsAreWhole()
     {
         QFETCH(QString, side);
-        QFETCH(bool, bubbles);
         const auto s = screen(side);
+        // Both bubbles up: the most that is ever shown at once.
         for (const char *name : {"Omsg", "Xmsg"})
-            s->findChild<QWidget *>(name)->setVisible(bubbles);
+            s->findChild<QWidget *>(name)->setVisible(true);
         // Each bubble's text is typed over it: on the host its own line goes on O's bubble.
         const bool host = side == QLatin1String("host");
         const QString own = host ? QStringLiteral("Omsg") : QStringLiteral("Xmsg");
@@ -89,29 +86,16 @@ private slots:
         const QStringList found =
             LayoutCheck::overlaps(s.get(), {own + QStringLiteral("/MOUT"), other + QStringLiteral("/message")});
         QVERIFY2(found.isEmpty(), qPrintable(found.join(u", ")));
-        if (bubbles) {
-            for (const auto &[text, bubble] : {std::pair{QStringLiteral("MOUT"), own},
-                                               std::pair{QStringLiteral("message"), other}}) {
-                const QRect box = s->findChild<QWidget *>(text)->geometry();
-                QVERIFY2(s->findChild<QWidget *>(bubble)->geometry().contains(box), qPrintable(text));
-            }
+        for (const auto &[text, bubble] : {std::pair{QStringLiteral("MOUT"), own},
+                                           std::pair{QStringLiteral("message"), other}}) {
+            const QRect box = s->findChild<QWidget *>(text)->geometry();
+            QVERIFY2(s->findChild<QWidget *>(bubble)->geometry().contains(box), qPrintable(text));
         }
-    }
 
-    void captionsAreWhole_data()
-    {
-        QTest::addColumn<QString>("side");
-        QTest::newRow("host") << "host";
-        QTest::newRow("join") << "join";
-    }
-
-    void captionsAreWhole()
-    {
-        QFETCH(QString, side);
-        const auto s = screen(side);
+        // Every caption whole, "Restart" as it looks once a joiner is there.
         s->findChild<QWidget *>("Command3")->setEnabled(true);
-        const QStringList found = LayoutCheck::cramped(s.get());
-        QVERIFY2(found.isEmpty(), qPrintable(found.join(u", ")));
+        const QStringList cramped = LayoutCheck::cramped(s.get());
+        QVERIFY2(cramped.isEmpty(), qPrintable(cramped.join(u", ")));
     }
 
     void bothSidesAlike_data()
