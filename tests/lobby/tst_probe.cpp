@@ -146,12 +146,9 @@ void TestProbe::senderPingsLiteralAddressesOnly()
     QList<QByteArray> received;
     connect(&remote, &QTcpServer::newConnection, this, [&] {
         while (QTcpSocket *socket = remote.nextPendingConnection()) {
-            auto *data = new QByteArray;
-            connect(socket, &QTcpSocket::readyRead, socket,
-                    [socket, data] { data->append(socket->readAll()); });
-            connect(socket, &QTcpSocket::disconnected, socket, [socket, data, &received] {
-                received.append(*data);
-                delete data;
+            // What a sender wrote is still there to read once it has hung up.
+            connect(socket, &QTcpSocket::disconnected, socket, [socket, &received] {
+                received.append(socket->readAll());
                 socket->deleteLater();
             });
         }
