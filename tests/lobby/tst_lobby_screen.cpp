@@ -60,8 +60,6 @@ private slots:
     void unloadedWhileDraining();
 
 private:
-    std::unique_ptr<LobbyScreen> load();
-
     QTemporaryDir m_driveC;
     FtpServer m_server;
     QStringList m_boxes;
@@ -90,11 +88,6 @@ void TestLobbyScreen::cleanup()
         root.remove(name);
 }
 
-std::unique_ptr<LobbyScreen> TestLobbyScreen::load()
-{
-    return std::make_unique<LobbyScreen>();
-}
-
 void TestLobbyScreen::controls_data()
 {
     QTest::addColumn<QString>("name");
@@ -116,7 +109,7 @@ void TestLobbyScreen::controls()
     QFETCH(QString, caption);
     QFETCH(bool, shown);
 
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     QCOMPARE(wol->objectName(), QStringLiteral("WOL"));
     QCOMPARE(wol->windowTitle(), QStringLiteral("Online Host:"));
     wol->show();
@@ -138,7 +131,7 @@ void TestLobbyScreen::listing()
     QFETCH(QStringList, names);
     QVERIFY(m_server.addEntries(names));
 
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
     QSignalSpy states(wol->registry()->Inet1(), &FtpTransfer::StateChanged);
     SETTLE(wol->registry()->Inet1());
@@ -179,7 +172,7 @@ void TestLobbyScreen::listing()
 void TestLobbyScreen::listingAgainAppends()
 {
     QVERIFY(m_server.addEntries({"127.0.0.7"}));
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     SETTLE(wol->registry()->Inet1());
     QVERIFY(m_server.addEntries({"127.0.0.8"}));
     QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
@@ -194,7 +187,7 @@ void TestLobbyScreen::listingAgainAppends()
 
 void TestLobbyScreen::simpanPublishesIdText()
 {
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     SETTLE(wol->registry()->Inet1());
     wol->findChild<QPushButton *>(QStringLiteral("Command2"))->click();
     SETTLE(wol->registry()->Inet3());
@@ -209,7 +202,7 @@ void TestLobbyScreen::simpanPublishesIdText()
 
 void TestLobbyScreen::hostHooks()
 {
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     auto *id = wol->findChild<QLineEdit *>(QStringLiteral("ID"));
     wol->publishHost(QStringLiteral("127.0.0.5"));
     QCOMPARE(id->text(), QStringLiteral("127.0.0.5"));
@@ -231,7 +224,7 @@ void TestLobbyScreen::hostHooks()
 void TestLobbyScreen::hapusWhileDeleteRuns()
 {
     QVERIFY(m_server.addEntries({"127.0.0.6", "127.0.0.7"}));
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     auto *hapus = wol->findChild<QPushButton *>(QStringLiteral("Command1"));
     auto *id = wol->findChild<QLineEdit *>(QStringLiteral("ID"));
 
@@ -271,7 +264,7 @@ void TestLobbyScreen::listingConnect()
     else if (server == u"silent")
         qputenv("DORVALA_FTP_URL", hole.url().toLocal8Bit());
 
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     int ticks = 0;
     QTimer ticker;
     connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
@@ -295,7 +288,7 @@ void TestLobbyScreen::listingConnect()
 
 void TestLobbyScreen::pongAddsAddress()
 {
-    const auto wol = load();
+    const auto wol = std::make_unique<LobbyScreen>();
     QSignalSpy pongs(wol.get(), &LobbyScreen::pongHeard);
     SETTLE(wol->registry()->Inet1());
     QTcpSocket peer;
