@@ -9,6 +9,7 @@
 //   - peak memory again after all the moves.
 //
 //   bench_two_players [moves, default 1000] [idle seconds, default 10] [pause ms, default 20]
+//                     [quiet ms after each send, default 10]
 //   BENCH_DORVALA=/path/to/dorvala bench_two_players ...     another build of the program
 //
 // Games are played out to a full board without a line (none is detected as a draw), then
@@ -26,6 +27,7 @@
 #include <QProcessEnvironment>
 #include <QSet>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <cstdio>
 #include <memory>
@@ -128,8 +130,10 @@ public:
     };
 
     // One move by whoever's turn it is, with its latencies in microseconds; false on a
-    // time-out.
-    bool move(const QString &cell, Latency *latency)
+    // time-out. Once the mover has sent, this process sleeps for `quietMs` instead of reading
+    // the events as they come: the times are taken inside the two programs, and this way
+    // the bench does not compete with them for the processors while the move travels.
+    bool move(const QString &cell, Latency *latency, int quietMs = 0)
     {
         Player &mover = m_hostToMove ? m_host : m_join;
         Player &peer = m_hostToMove ? m_join : m_host;
@@ -138,7 +142,11 @@ public:
         const qint64 issued = Bench::monotonicNs();
         mover.client->command(QStringLiteral("click ") + cell);
         const QString drawn = cell + u' ' + mover.mark;
-        if (!wait(mover, "sent", cell, moverFrom) || !wait(peer, "drawn", drawn, peerFrom))
+        if (!wait(mover, "sent", cell, moverFrom))
+            return false;
+        if (quietMs > 0)
+            QThread::msleep(quietMs);
+        if (!wait(peer, "drawn", drawn, peerFrom))
             return false;
         const qint64 sent = at(mover, "sent", cell, moverFrom);
         const qint64 received = at(peer, "received", cell, peerFrom);
@@ -259,6 +267,7 @@ int main(int argc, char *argv[])
     const int moves = args.size() > 1 ? std::max(1, args[1].toInt()) : 1000;
     const int idleSeconds = args.size() > 2 ? std::max(1, args[2].toInt()) : 10;
     const int pauseMs = args.size() > 3 ? std::max(0, args[3].toInt()) : 20;
+    const int quietMs = args.size() > 4 ? std::max(0, args[4].toInt()) : 10;
     const QByteArray platform = qEnvironmentVariableIsSet("DISPLAY") ? "xcb" : "offscreen";
     std::printf("platform of the two programs: %s\n", platform.constData());
 
@@ -317,7 +326,7 @@ int main(int argc, char *argv[])
                 break;
             Bench::idle(pauseMs);
             const bool byHost = bout.hostToMove();
-            if (!bout.move(cell, &latency))
+            if (!bout.move(cell, &latency, quietMs))
                 return fail(bout.why());
             sentToDrawn.push_back(latency.sentToDrawn);
             onTheWay.push_back(latency.sentToReceived);
