@@ -6,6 +6,8 @@
 
 #include <QUrl>
 
+#include <utility>
+
 const char *const HostRegistry::Password = "418526";
 
 HostRegistry::HostRegistry(QObject *parent)
@@ -17,6 +19,7 @@ HostRegistry::HostRegistry(QObject *parent)
     m_inet1->setObjectName(QStringLiteral("Inet1"));
     m_inet2->setObjectName(QStringLiteral("Inet2"));
     m_inet3->setObjectName(QStringLiteral("Inet3"));
+    connect(m_inet3, &FtpTransfer::StateChanged, this, &HostRegistry::Inet3_StateChanged);
 }
 
 void HostRegistry::configure()
@@ -42,12 +45,34 @@ bool HostRegistry::Publish(const QString &address)
 {
     // A failed save still tries the upload: its failure is as silent as any other.
     RtfDocument::save(stagingFile(address), address);
-    return m_inet3->Execute(QStringLiteral("PUT C:/") + address + u' ' + address);
+    const bool started = m_inet3->Execute(QStringLiteral("PUT C:/") + address + u' ' + address);
+    if (started) {
+        m_uploading = address;
+        m_withdrawAfterUpload.clear();
+    }
+    return started;
 }
 
 bool HostRegistry::Withdraw(const QString &address)
 {
+    // A delete that overtook the upload of the same entry would find nothing to delete, and
+    // the upload would then leave the entry listed for good (a host that cannot listen
+    // withdraws at once): it waits for the upload to end instead.
+    if (!m_uploading.isEmpty() && m_uploading == address && m_inet3->StillExecuting()) {
+        m_withdrawAfterUpload = address;
+        return true;
+    }
     return m_inet2->Execute(QStringLiteral("DELETE ") + address);
+}
+
+void HostRegistry::Inet3_StateChanged(int state)
+{
+    if (state != FtpTransfer::ResponseCompleted && state != FtpTransfer::Error)
+        return;
+    m_uploading.clear();
+    const QString address = std::exchange(m_withdrawAfterUpload, QString());
+    if (!address.isEmpty())
+        m_inet2->Execute(QStringLiteral("DELETE ") + address);
 }
 
 bool HostRegistry::List()
@@ -57,5 +82,5 @@ bool HostRegistry::List()
 
 bool HostRegistry::deleteBusy() const
 {
-    return m_inet2->StillExecuting();
+    return m_inet2->StillExecuting() || !m_withdrawAfterUpload.isEmpty();
 }

@@ -26,7 +26,8 @@ public:
     // Saves the staging file "C:/" + address (an RTF document whose text is the address)
     // and starts its upload under the name `address`. The outcome is not looked at.
     bool Publish(const QString &address);
-    // Starts the delete of the entry `address`, busy or not.
+    // Starts the delete of the entry `address`, busy or not; while the upload of that same
+    // entry is still under way, the delete starts once the upload has ended.
     bool Withdraw(const QString &address);
     // Starts the listing.
     bool List();
@@ -40,7 +41,11 @@ public:
     FtpTransfer *Inet3() const { return m_inet3; }
 
 private:
+    void Inet3_StateChanged(int state);
+
     FtpTransfer *m_inet1;
     FtpTransfer *m_inet2;
     FtpTransfer *m_inet3;
+    QString m_uploading;            // the entry Inet3 is uploading
+    QString m_withdrawAfterUpload;  // to delete once that upload has ended
 };

@@ -209,6 +209,14 @@ void TestLobbyScreen::hostHooks()
     wol->findChild<QPushButton *>(QStringLiteral("Command2"))->click();
     SETTLE(wol->registry()->Inet3());
     QCOMPARE(m_server.entries(), QStringList{"127.0.0.6"});
+
+    // Withdrawn while its own upload is still under way, as a host that cannot listen does:
+    // the delete must not overtake the upload and leave the entry behind.
+    wol->publishHost(QStringLiteral("127.0.0.8"));
+    wol->withdrawHost(QStringLiteral("127.0.0.8"));
+    SETTLE(wol->registry()->Inet3());
+    SETTLE(wol->registry()->Inet2());
+    QCOMPARE(m_server.entries(), QStringList{"127.0.0.6"});
 }
 
 void TestLobbyScreen::hapusWhileDeleteRuns()
