@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev libgl-dev
-  libcurl4-openssl-dev libfluidsynth-dev timgm6mb-soundfont fluidsynth
+  libfluidsynth-dev timgm6mb-soundfont fluidsynth
   python3 python3-pyftpdlib
   xvfb xauth imagemagick
 )

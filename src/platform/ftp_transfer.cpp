@@ -1,5 +1,6 @@
 #include "ftp_transfer.h"
 
+#include "ftp_session.h"
 #include "ftp_transfer_driver.h"
 #include "settings.h"
 
@@ -99,16 +100,13 @@ bool FtpTransfer::Execute(const QString &command)
         return false;
     }
 
-    QUrl folder(m_url, QUrl::StrictMode);
+    const QUrl folder(m_url, QUrl::StrictMode);
     if (!folder.isValid() || folder.scheme().compare(u"ftp", Qt::CaseInsensitive) != 0
-        || folder.host().isEmpty()) {
+        || folder.host().isEmpty() || hasLineBreak(folder.path(QUrl::FullyDecoded))
+        || hasLineBreak(m_userName) || hasLineBreak(m_password)) {
         fail(UrlMalformed, QStringLiteral("URL is malformed: %1").arg(m_url));
         return false;
     }
-    folder.setUserInfo({});
-    if (!folder.path().endsWith(u'/'))
-        folder.setPath(folder.path() + u'/');
-    const QByteArray folderUrl = folder.toEncoded();
 
     // Only the blank after the verb separates; names keep any blanks of their own.
     qsizetype begin = 0;
@@ -122,7 +120,6 @@ bool FtpTransfer::Execute(const QString &command)
     bool understood = false;
     if (verb == u"DIR" && arguments.trimmed().isEmpty()) {
         request.kind = FtpRequest::Kind::List;
-        request.url = folderUrl;
         understood = true;
     } else if (verb == u"PUT") {
         QString local;
@@ -130,13 +127,12 @@ bool FtpTransfer::Execute(const QString &command)
         if (splitPut(arguments, &local, &remote) && !hasLineBreak(remote)) {
             request.kind = FtpRequest::Kind::Put;
             request.localFile = Settings::cFile(local);
-            request.url = folderUrl + QUrl::toPercentEncoding(remote);
+            request.fileName = remote.toUtf8();
             understood = true;
         }
     } else if (verb == u"DELETE" && !arguments.isEmpty() && !hasLineBreak(arguments)) {
         request.kind = FtpRequest::Kind::Delete;
-        request.url = folderUrl;
-        request.deleteName = arguments.toUtf8();
+        request.fileName = arguments.toUtf8();
         understood = true;
     }
     if (!understood) {
@@ -144,6 +140,9 @@ bool FtpTransfer::Execute(const QString &command)
         return false;
     }
 
+    request.host = folder.host();
+    request.port = quint16(folder.port(21));
+    request.folder = folder.path(QUrl::FullyDecoded).split(u'/', Qt::SkipEmptyParts);
     request.userName = (m_userName.isEmpty() ? QStringLiteral("anonymous") : m_userName).toUtf8();
     request.password = m_password.toUtf8();
     request.direct = m_accessType == 1;

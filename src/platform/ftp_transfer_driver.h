@@ -1,44 +1,26 @@
 #pragma once
 
-#include <QByteArray>
-#include <QHash>
 #include <QObject>
 #include <QPointer>
 #include <QString>
-#include <QTimer>
 
 #include <deque>
 #include <map>
-#include <memory>
 
+class FtpSession;
 class FtpTransfer;
-class QSocketNotifier;
+struct FtpRequest;
 
-// One request as FtpTransfer hands it over.
-struct FtpRequest
-{
-    enum class Kind { List, Put, Delete };
-    Kind kind = Kind::List;
-    QByteArray url;          // folder URL for List and Delete, file URL for Put
-    QByteArray userName;
-    QByteArray password;
-    QByteArray deleteName;   // Delete: the file name for DELE
-    QString localFile;       // Put: the file to upload
-    bool direct = true;      // no proxy
-    int requestTimeoutSeconds = 0;
-};
-
-// Runs every FTP request of the process on libcurl's multi interface, on the UI thread:
-// curl's sockets are watched by QSocketNotifiers and its timeouts by one QTimer.
+// Runs every FTP request of the process on the UI thread, one FtpSession per request.
 //
-// Why not a worker thread per request: a multi handle never blocks (curl resolves names on
-// its own thread), Cancel and destruction are immediate (remove the handle, nothing to join),
-// reports need no cross-thread hand-over, and uploads or deletes of a destroyed transfer
-// simply keep running here until they end, which is what the program's exit waits for.
+// Why not a worker thread per request: the sockets never block, Cancel and destruction are
+// immediate (nothing to join), reports need no cross-thread hand-over, and uploads or
+// deletes of a destroyed transfer simply keep running here until they end, which is what
+// the program's exit waits for.
 //
-// Reports are never sent from inside a curl callback: they are queued and delivered in
-// order once curl has returned, so a receiver may cancel, start a new request, run the
-// event loop or delete its transfer.
+// Reports are never sent from inside a socket's signal: they are queued and delivered in
+// order afterwards, so a receiver may cancel, start a new request, run the event loop or
+// delete its transfer.
 class FtpTransferDriver : public QObject
 {
     Q_OBJECT
@@ -63,12 +45,10 @@ signals:
     void writesFinished();
 
 private:
-    struct Job;
-    struct Callbacks;   // curl's C callbacks, with access to the members below
-    struct Watch
+    struct Job
     {
-        QSocketNotifier *read = nullptr;
-        QSocketNotifier *write = nullptr;
+        QPointer<FtpTransfer> client;
+        FtpSession *session = nullptr;   // a child of the driver
     };
     struct Report
     {
@@ -82,26 +62,13 @@ private:
 
     explicit FtpTransferDriver(QObject *parent);
 
-    void watch(qintptr fd, int what);
-    void unwatch(qintptr fd);
-    void onSocket(qintptr fd, int curlFlags);
-    void onTimeout();
-    void onConnectDeadline(quint64 job);
-
-    void afterCurl();
-    void noteConnections();
-    void collectFinished();
-    void finish(Job &job, int error, const QString &errorText);
     void remove(quint64 job);
-    void queue(const Job &job, int state, int error = 0, const QString &errorText = {},
+    void queue(quint64 job, int state, int error = 0, const QString &errorText = {},
                const QByteArray &response = {});
     void deliver();
 
-    void *m_multi = nullptr;
-    QTimer m_timer;
     quint64 m_nextJob = 1;
-    std::map<quint64, std::unique_ptr<Job>> m_jobs;
-    QHash<qintptr, Watch> m_watches;
+    std::map<quint64, Job> m_jobs;
     std::deque<Report> m_reports;
     bool m_deliveryPosted = false;
 
