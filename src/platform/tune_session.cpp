@@ -10,9 +10,7 @@
 #include <chrono>
 #include <vector>
 
-#ifdef DORVALA_HAVE_FLUIDSYNTH
-#include <fluidsynth.h>
-#endif
+#include "fluid_library.h"
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -29,13 +27,13 @@ constexpr auto pollInterval = 20ms;
 // An offline rendering stops here even if the file never ends: 10 minutes of 64 frames.
 constexpr long renderBlockLimit = 44100L * 60 * 10 / 64;
 
-void silenceLibraryLog()
+void silenceLibraryLog(const FluidLibrary &fl)
 {
     static std::once_flag once;
-    std::call_once(once, [] {
+    std::call_once(once, [&fl] {
         // The library reports a missing device or font on stderr; for us both mean silence.
         for (int level : {FLUID_ERR, FLUID_WARN, FLUID_INFO, FLUID_DBG})
-            fluid_set_log_function(level, nullptr, nullptr);
+            fl.fluid_set_log_function(level, nullptr, nullptr);
     });
 }
 
@@ -54,26 +52,27 @@ bool hasSoundCard()
 class Synth
 {
 public:
-    Synth()
-        : m_settings(new_fluid_settings())
+    explicit Synth(const FluidLibrary &library)
+        : fl(library)
+        , m_settings(fl.new_fluid_settings())
     {
-        silenceLibraryLog();
+        silenceLibraryLog(fl);
         // One rendering thread and no locked memory: this is background music.
-        fluid_settings_setint(m_settings, "synth.cpu-cores", 1);
-        fluid_settings_setint(m_settings, "synth.lock-memory", 0);
+        fl.fluid_settings_setint(m_settings, "synth.cpu-cores", 1);
+        fl.fluid_settings_setint(m_settings, "synth.lock-memory", 0);
         // The library's default leaves room for dozens of loud voices; a tune of a few
         // instruments would be barely audible beside the wave cues.
-        fluid_settings_setnum(m_settings, "synth.gain", 0.5);
+        fl.fluid_settings_setnum(m_settings, "synth.gain", 0.5);
     }
     ~Synth()
     {
         if (m_driver)
-            delete_fluid_audio_driver(m_driver);  // first: its thread drives the others
+            fl.delete_fluid_audio_driver(m_driver);  // first: its thread drives the others
         if (m_player)
-            delete_fluid_player(m_player);
+            fl.delete_fluid_player(m_player);
         if (m_synth)
-            delete_fluid_synth(m_synth);
-        delete_fluid_settings(m_settings);
+            fl.delete_fluid_synth(m_synth);
+        fl.delete_fluid_settings(m_settings);
     }
     Synth(const Synth &) = delete;
     Synth &operator=(const Synth &) = delete;
@@ -87,16 +86,16 @@ public:
         const QString font = TuneSession::soundFont();
         const QByteArray midiName = QFile::encodeName(midi);
         if (font.isEmpty() || !QFileInfo(font).isFile() || !QFileInfo(midi).isFile()
-            || !fluid_is_midifile(midiName.constData()))
+            || !fl.fluid_is_midifile(midiName.constData()))
             return false;
-        m_synth = new_fluid_synth(m_settings);
+        m_synth = fl.new_fluid_synth(m_settings);
         if (!m_synth
-            || fluid_synth_sfload(m_synth, QFile::encodeName(font).constData(), 1)
+            || fl.fluid_synth_sfload(m_synth, QFile::encodeName(font).constData(), 1)
                    == FLUID_FAILED)
             return false;
-        m_player = new_fluid_player(m_synth);
+        m_player = fl.new_fluid_player(m_synth);
         return m_player
-               && fluid_player_add(m_player, midiName.constData()) == FLUID_OK;
+               && fl.fluid_player_add(m_player, midiName.constData()) == FLUID_OK;
     }
 
     // The drivers that need no set-up of their own, most likely first. Never JACK: it may
@@ -104,8 +103,8 @@ public:
     bool openDevice()
     {
         // Large periods: a tune needs no low latency, and fewer wake-ups cost less.
-        fluid_settings_setint(m_settings, "audio.period-size", 1024);
-        fluid_settings_setint(m_settings, "audio.periods", 4);
+        fl.fluid_settings_setint(m_settings, "audio.period-size", 1024);
+        fl.fluid_settings_setint(m_settings, "audio.periods", 4);
 #if defined(Q_OS_WIN)
         const QList<QByteArray> drivers{"wasapi", "dsound", "waveout"};
 #elif defined(Q_OS_MACOS)
@@ -118,9 +117,9 @@ public:
             drivers << "alsa" << "sdl2";
 #endif
         for (const QByteArray &driver : drivers) {
-            if (fluid_settings_setstr(m_settings, "audio.driver", driver.constData()) != FLUID_OK)
+            if (fl.fluid_settings_setstr(m_settings, "audio.driver", driver.constData()) != FLUID_OK)
                 continue;
-            m_driver = new_fluid_audio_driver(m_settings, m_synth);
+            m_driver = fl.new_fluid_audio_driver(m_settings, m_synth);
             if (m_driver)
                 return true;
         }
@@ -128,6 +127,7 @@ public:
     }
 
 private:
+    const FluidLibrary &fl;
     fluid_settings_t *m_settings;
     fluid_synth_t *m_synth = nullptr;
     fluid_player_t *m_player = nullptr;
@@ -222,13 +222,17 @@ void TuneSession::retire(std::thread worker, const TuneSession &session)
 void TuneSession::play(const QString &midi)
 {
 #ifdef DORVALA_HAVE_FLUIDSYNTH
-    Synth synth;
+    const FluidLibrary *library = FluidLibrary::get();
+    if (!library)
+        return;
+    const FluidLibrary &fl = *library;
+    Synth synth(fl);
     if (!synth.load(midi) || !synth.openDevice())
         return;
     fluid_player_t *player = synth.player();
     std::unique_lock lock(m_mutex);
     if (!m_stop)
-        fluid_player_play(player);
+        fl.fluid_player_play(player);
     bool ended = false;
     auto endedAt = std::chrono::steady_clock::now();
     while (!m_stop) {
@@ -238,13 +242,13 @@ void TuneSession::play(const QString &midi)
         if (m_restart) {
             m_restart = false;
             ended = false;
-            if (fluid_player_get_status(player) == FLUID_PLAYER_PLAYING)
-                fluid_player_seek(player, 0);
+            if (fl.fluid_player_get_status(player) == FLUID_PLAYER_PLAYING)
+                fl.fluid_player_seek(player, 0);
             else
-                fluid_player_play(player);
+                fl.fluid_player_play(player);
             continue;
         }
-        if (fluid_player_get_status(player) != FLUID_PLAYER_DONE)
+        if (fl.fluid_player_get_status(player) != FLUID_PLAYER_DONE)
             continue;
         const auto now = std::chrono::steady_clock::now();
         if (!ended) {
@@ -254,7 +258,7 @@ void TuneSession::play(const QString &midi)
             break;
         }
     }
-    fluid_player_stop(player);
+    fl.fluid_player_stop(player);
     lock.unlock();  // closing the device may take a while; the player must not wait on it
 #else
     Q_UNUSED(midi);
@@ -280,28 +284,32 @@ QString TuneSession::soundFont()
 bool TuneSession::render(const QString &midi, const QString &wav)
 {
 #ifdef DORVALA_HAVE_FLUIDSYNTH
-    Synth synth;
+    const FluidLibrary *library = FluidLibrary::get();
+    if (!library)
+        return false;
+    const FluidLibrary &fl = *library;
+    Synth synth(fl);
     fluid_settings_t *settings = synth.settings();
-    fluid_settings_setstr(settings, "audio.file.name", QFile::encodeName(wav).constData());
-    fluid_settings_setstr(settings, "audio.file.type", "wav");
-    fluid_settings_setstr(settings, "player.timing-source", "sample");
+    fl.fluid_settings_setstr(settings, "audio.file.name", QFile::encodeName(wav).constData());
+    fl.fluid_settings_setstr(settings, "audio.file.type", "wav");
+    fl.fluid_settings_setstr(settings, "player.timing-source", "sample");
     if (!synth.load(midi))
         return false;
-    fluid_player_play(synth.player());
-    fluid_file_renderer_t *renderer = new_fluid_file_renderer(synth.synth());
+    fl.fluid_player_play(synth.player());
+    fluid_file_renderer_t *renderer = fl.new_fluid_file_renderer(synth.synth());
     if (!renderer)
         return false;
     bool ok = true;
-    for (long block = 0; fluid_player_get_status(synth.player()) == FLUID_PLAYER_PLAYING;
+    for (long block = 0; fl.fluid_player_get_status(synth.player()) == FLUID_PLAYER_PLAYING;
          ++block) {
         if (block >= renderBlockLimit
-            || fluid_file_renderer_process_block(renderer) != FLUID_OK) {
+            || fl.fluid_file_renderer_process_block(renderer) != FLUID_OK) {
             ok = block > 0;
             break;
         }
     }
-    fluid_player_stop(synth.player());
-    delete_fluid_file_renderer(renderer);  // closes the file
+    fl.fluid_player_stop(synth.player());
+    fl.delete_fluid_file_renderer(renderer);  // closes the file
     return ok && QFileInfo(wav).size() > 44;
 #else
     Q_UNUSED(midi);
