@@ -14,6 +14,9 @@
 
 BoardView::BoardView(QWidget *parent)
     : QWidget(parent)
+    , m_background(PictureStore::has(QStringLiteral("Board"))
+                       ? PictureStore::picture(QStringLiteral("Board"))
+                       : fallbackBackground())
 {
     setFixedSize(Area);
 
@@ -82,11 +85,8 @@ void BoardView::redrawAll()
 
 void BoardView::paintEvent(QPaintEvent *)
 {
-    static const QString name = QStringLiteral("Board");
     QPainter painter(this);
-    const QPixmap background =
-        PictureStore::has(name) ? PictureStore::picture(name) : fallbackBackground();
-    painter.drawPixmap(rect(), background);
+    painter.drawPixmap(rect(), m_background);
 }
 
 QPixmap BoardView::fallbackBackground()

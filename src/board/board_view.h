@@ -52,6 +52,7 @@ protected:
 private:
     static QPixmap fallbackBackground();
 
+    QPixmap m_background;   // decoded once per board: the store does not keep backgrounds
     std::array<PointImage *, Cell::Count> m_points{};
     QWidget *m_trans = nullptr;
     QLabel *m_infox = nullptr;

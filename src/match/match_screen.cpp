@@ -60,6 +60,7 @@ QPixmap bubble(const QString &name, const QColor &fill)
 MatchScreen::MatchScreen(MatchSide side, QWidget *parent)
     : QWidget(parent, Qt::Window)
     , m_side(side)
+    , m_background(PictureStore::picture(QStringLiteral("Match")))
 {
     setObjectName(side == MatchSide::Host ? QStringLiteral("host") : QStringLiteral("Join"));
     setWindowTitle(QStringLiteral("Dorvala Online"));
@@ -395,9 +396,8 @@ void MatchScreen::closeEvent(QCloseEvent *event)
 void MatchScreen::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    const QPixmap background = PictureStore::picture(QStringLiteral("Match"));
-    if (!background.isNull()) {
-        painter.drawPixmap(rect(), background);
+    if (!m_background.isNull()) {
+        painter.drawPixmap(rect(), m_background);
     } else {
         QLinearGradient sky(0, 0, 0, height());
         sky.setColorAt(0, QColor(0x16, 0x2c, 0x3e));

@@ -3,6 +3,7 @@
 #include "board/score_file.h"
 #include "match/match_side.h"
 
+#include <QPixmap>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
@@ -134,6 +135,7 @@ private:
     void buildControls();
     void apply(const WireEffect &effect);
 
+    QPixmap m_background;   // decoded once per screen: the store does not keep backgrounds
     bool m_loaded = false;
     bool m_unloaded = false;
 };

@@ -21,17 +21,24 @@ QString resourcePath(const QString &name)
     return {};
 }
 
+// Pieces, buttons and decorations are shown again and again by every screen and are kept.
+// A screen's background is decoded for that screen alone and goes with it: kept, the
+// title's two paintings and the setup screen's would hold 3 MB for the whole match.
+constexpr int KeptPixels = 256 * 256;
+
 } // namespace
 
 QPixmap PictureStore::picture(const QString &name)
 {
     auto &pictures = store();
     auto it = pictures.constFind(name);
-    if (it == pictures.constEnd()) {
-        const QString path = resourcePath(name);
-        it = pictures.insert(name, path.isEmpty() ? QPixmap() : QPixmap(path));
-    }
-    return *it;
+    if (it != pictures.constEnd())
+        return *it;
+    const QString path = resourcePath(name);
+    const QPixmap decoded = path.isEmpty() ? QPixmap() : QPixmap(path);
+    if (decoded.width() * decoded.height() <= KeptPixels)
+        pictures.insert(name, decoded);
+    return decoded;
 }
 
 bool PictureStore::has(const QString &name)

@@ -5,7 +5,8 @@
 
 // The picture store "IM": never shown, created on first use, alive until the program ends.
 // Holds the piece pictures (N, O, X, O2, X2), the button faces (T1..T4), the two turn
-// pictures (GIL1, GIL2) and the other decorations, all compiled into the program.
+// pictures (GIL1, GIL2) and the other decorations, all compiled into the program. Screen
+// backgrounds are handed out freshly decoded each time and not kept.
 class PictureStore
 {
 public:
