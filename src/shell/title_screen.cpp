@@ -45,8 +45,13 @@ TitleScreen::TitleScreen(Screens &screens)
     setFixedSize(640, 420);
     setMouseTracking(true);
 
-    auto *back = picture(this, QStringLiteral("Back"), QStringLiteral("TitleBack"), rect());
-    back->setAttribute(Qt::WA_TransparentForMouseEvents);
+    // The background is decoded when the splash uncovers it (Timer1_Timer): the first frame
+    // shows only the splash, and a quick start never needs it.
+    m_back = new QLabel(this);
+    m_back->setObjectName(QStringLiteral("Back"));
+    m_back->setGeometry(rect());
+    m_back->setScaledContents(true);
+    m_back->setAttribute(Qt::WA_TransparentForMouseEvents);
     picture(this, QStringLiteral("Image1"), QStringLiteral("Deco1"), {24, 24, 96, 96});
     picture(this, QStringLiteral("Image2"), QStringLiteral("Deco2"), {520, 24, 96, 96});
 
@@ -78,6 +83,8 @@ TitleScreen::TitleScreen(Screens &screens)
 
     m_dk = picture(this, QStringLiteral("DK"), QStringLiteral("DK"), rect());
     m_dk->raise();
+    // The splash paints every pixel: nothing under it is painted while it shows.
+    m_dk->setAttribute(Qt::WA_OpaquePaintEvent);
 
     m_timer1->setObjectName(QStringLiteral("Timer1"));
     m_timer1->setInterval(4000);
@@ -92,6 +99,8 @@ void TitleScreen::Form_Load()
 
 void TitleScreen::Timer1_Timer()
 {
+    if (m_back->pixmap().isNull())
+        m_back->setPixmap(PictureStore::picture(QStringLiteral("TitleBack")));
     m_dk->setVisible(false);
     m_timer1->stop();  // interval 0: the splash goes away exactly once
 }

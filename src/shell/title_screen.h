@@ -35,6 +35,7 @@ protected:
 private:
     Screens &m_screens;
     QTimer *m_timer1;
+    QLabel *m_back;
     QLabel *m_dk;
     QLabel *m_label1;
     WebView *m_wb;
