@@ -9,13 +9,14 @@
 #include "board/board_play.h"
 #include "board/board_view.h"
 #include "board/cell.h"
-#include "board/score_file.h"
 #include "board/win_rules.h"
+
+// Shared with the tests and the fuzzer; header-only, so nothing more to link.
+#include "../tests/support/board_rig.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QImage>
-#include <QLabel>
 #include <QPainter>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -82,38 +83,25 @@ int figures()
 int show(const QString &what)
 {
     QTemporaryDir drive;
-    ScoreFile WR(drive.filePath(QStringLiteral("dvq")));
-    WR.load();
-    QString LastMsg;
-    QLabel WRL2(QStringLiteral("0"));
-    QLabel Xname(QStringLiteral("Xavier"));
-    QLabel Oname(QStringLiteral("Olga Putri Kusumawardhani dari Bandung"));
-
-    BoardView view;
-    view.move(0, 0);
-    BoardPlay::Controls controls;
-    controls.view = &view;
-    controls.LastMsg = &LastMsg;
-    controls.WR = &WR;
-    controls.WRL2 = &WRL2;
-    controls.Xname = &Xname;
-    controls.Oname = &Oname;
     const bool theirs = what == QLatin1String("theirs");
-    BoardPlay play(theirs ? BoardPlay::Side::Joiner : BoardPlay::Side::Host, controls);
+    BoardRig rig(theirs ? BoardPlay::Side::Joiner : BoardPlay::Side::Host,
+                 drive.filePath(QStringLiteral("dvq")));
+    rig.Oname.setText(QStringLiteral("Olga Putri Kusumawardhani dari Bandung"));
+    rig.view.move(0, 0);
 
     if (what == QLatin1String("win") || theirs) {
-        play.board().setStates(*Board::parse(u"XO./O.O/XOX"));
+        rig.play.board().setStates(*Board::parse(u"XO./O.O/XOX"));
         if (theirs) {
-            LastMsg = QStringLiteral("B2");
-            play.receiveMove();
+            rig.LastMsg = QStringLiteral("B2");
+            rig.play.receiveMove();
         } else {
-            play.B2_Click();  // completes the plus
+            rig.play.B2_Click();  // completes the plus
         }
     } else {
-        play.board().setStates(*Board::parse(u"XO./xo./..."));
-        view.LockBoard();  // the turn lock must not show
+        rig.play.board().setStates(*Board::parse(u"XO./xo./..."));
+        rig.view.LockBoard();  // the turn lock must not show
     }
-    view.show();
+    rig.view.show();
     QTimer::singleShot(20000, qApp, &QCoreApplication::quit);
     return QApplication::exec();
 }

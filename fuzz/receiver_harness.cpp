@@ -2,12 +2,8 @@
 
 #include "fuzz_check.h"
 
-#include "board/board_play.h"
-#include "board/board_view.h"
 #include "board/cell.h"
 #include "board/cell_state.h"
-#include "board/point_image.h"
-#include "board/score_file.h"
 #include "board/total_text.h"
 #include "match/wire_effect.h"
 #include "match/wire_message.h"
@@ -15,13 +11,14 @@
 #include "platform/rtf_document.h"
 #include "platform/settings.h"
 
+// Shared with the tests and the board benchmark; header-only, so nothing more to link.
+#include "../tests/support/board_rig.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QFile>
-#include <QLabel>
 
 #include <cstdio>
-#include <memory>
 
 namespace {
 
@@ -112,16 +109,9 @@ private:
 
     MatchSide m_side;
     QString m_opponentMark;
-    BoardView m_view;
-    QLabel m_WRL2;
-    QLabel m_Xname;
-    QLabel m_Oname;
-    QString m_LastMsg;
-    ScoreFile m_WR;
-    std::unique_ptr<BoardPlay> m_play;
-
     QStringList m_sent;
     QStringList m_cues;
+    BoardRig m_rig;
     QString m_chatLog;
     QString m_lastTotal;  // what the last Score put into WRL2
     bool m_holdEventLoop = false;
@@ -130,24 +120,15 @@ private:
 Session::Session(MatchSide side)
     : m_side(side)
     , m_opponentMark(QString::fromLatin1(opponentMark(side)))
-    , m_WR(ScoreFile::defaultPath())
+    , m_rig(side == MatchSide::Host ? BoardPlay::Side::Host : BoardPlay::Side::Joiner,
+            ScoreFile::defaultPath(), [this](const QString &message) { m_sent << message; },
+            [this](const QString &name) { m_cues << name; })
 {
     // Every input starts from the same files: a fresh total of "0".
-    QFile::remove(m_WR.path());
-    BoardPlay::Controls controls;
-    controls.view = &m_view;
-    controls.LastMsg = &m_LastMsg;
-    controls.WR = &m_WR;
-    controls.WRL2 = &m_WRL2;
-    controls.Xname = &m_Xname;
-    controls.Oname = &m_Oname;
-    controls.send = [this](const QString &message) { m_sent << message; };
-    controls.cue = [this](const QString &name) { m_cues << name; };
-    m_play = std::make_unique<BoardPlay>(
-        side == MatchSide::Host ? BoardPlay::Side::Host : BoardPlay::Side::Joiner, controls);
-    m_lastTotal = m_WRL2.text();
+    QFile::remove(m_rig.WR.path());
+    m_lastTotal = m_rig.WRL2.text();
     if (side == MatchSide::Join)
-        m_play->LockBoard();
+        m_rig.play.LockBoard();
 }
 
 void Session::run(const uint8_t *data, size_t size)
@@ -168,9 +149,9 @@ void Session::run(const uint8_t *data, size_t size)
         } else if (op <= 0xE8) {
             click(op - 0xE0);
         } else if (op == 0xE9) {
-            m_play->WinTime_Timer();
+            m_rig.play.WinTime_Timer();
         } else if (op == 0xEA) {
-            m_play->restart();
+            m_rig.play.restart();
         } else {
             m_holdEventLoop = true;
             continue;
@@ -184,48 +165,48 @@ void Session::run(const uint8_t *data, size_t size)
     turnEventLoop();
     checkAlways();
     // Every change of the total was saved at once, so the file says what the screen shows.
-    if (QFile::exists(m_WR.path()))
-        FUZZ_CHECK(RtfDocument::load(m_WR.path()) == m_WR.text());
+    if (QFile::exists(m_rig.WR.path()))
+        FUZZ_CHECK(RtfDocument::load(m_rig.WR.path()) == m_rig.WR.text());
     else
-        FUZZ_CHECK(m_WR.text() == QLatin1String("0"));
+        FUZZ_CHECK(m_rig.WR.text() == QLatin1String("0"));
 
     // For reading a saved crash input back: what the screen would have sent and sounded.
     if (qEnvironmentVariableIsSet("DORVALA_FUZZ_TRACE")) {
         std::fprintf(stderr, "board %s | own %s | opponent %s | sent %s | cues %s\n",
-                     qPrintable(m_play->board().toString()), qPrintable(m_WR.text()),
-                     qPrintable(m_WRL2.text()), qPrintable(m_sent.join(u' ')),
+                     qPrintable(m_rig.play.board().toString()), qPrintable(m_rig.WR.text()),
+                     qPrintable(m_rig.WRL2.text()), qPrintable(m_sent.join(u' ')),
                      qPrintable(m_cues.join(u' ')));
     }
 }
 
 void Session::arrival(const QByteArray &bytes)
 {
-    m_LastMsg = WireMessage::decode(bytes);
-    FUZZ_CHECK(WireMessage::encode(m_LastMsg) == bytes);
-    const QString message = m_LastMsg;
+    m_rig.LastMsg = WireMessage::decode(bytes);
+    FUZZ_CHECK(WireMessage::encode(m_rig.LastMsg) == bytes);
+    const QString message = m_rig.LastMsg;
     const QList<WireEffect> effects = WireReceiver::effects(m_side, message);
     checkEffects(m_side, message, effects);
     for (const WireEffect &effect : effects)
         apply(effect);
-    FUZZ_CHECK(m_LastMsg == message);
+    FUZZ_CHECK(m_rig.LastMsg == message);
 }
 
 void Session::apply(const WireEffect &effect)
 {
     switch (effect.kind) {
     case Kind::OpponentTotal:
-        m_WRL2.setText(effect.text);
+        m_rig.WRL2.setText(effect.text);
         m_lastTotal = effect.text;
         break;
     case Kind::ReplyScore:
     case Kind::SendScore:
-        m_sent << WireMessage::score(m_WR.text());
+        m_sent << WireMessage::score(m_rig.WR.text());
         break;
     case Kind::Restart: {
         const bool wasLocked = locked();
-        m_play->restart();
+        m_rig.play.restart();
         for (int i = 0; i < Cell::Count; ++i)
-            FUZZ_CHECK(m_play->board().state(i).isEmpty());
+            FUZZ_CHECK(m_rig.play.board().state(i).isEmpty());
         FUZZ_CHECK(locked() == wasLocked);  // a restart leaves the turn lock alone
         break;
     }
@@ -233,17 +214,17 @@ void Session::apply(const WireEffect &effect)
         m_cues << QStringLiteral("mess");
         break;
     case Kind::LogChat:
-        m_chatLog += m_Xname.text() + QStringLiteral(": ") + effect.text + QStringLiteral("\r\n");
+        m_chatLog += m_rig.Xname.text() + QStringLiteral(": ") + effect.text + QStringLiteral("\r\n");
         break;
     case Kind::OpponentName:
-        (m_side == MatchSide::Host ? m_Xname : m_Oname).setText(effect.text);
+        (m_side == MatchSide::Host ? m_rig.Xname : m_rig.Oname).setText(effect.text);
         break;
     case Kind::Move: {
         const int index = Cell::indexOf(effect.text);
         const qsizetype sentBefore = m_sent.size();
-        FUZZ_CHECK(m_play->receiveMove());
+        FUZZ_CHECK(m_rig.play.receiveMove());
         // The point takes the opponent's mark whatever it held, and it is our turn.
-        FUZZ_CHECK(m_play->board().state(index) == m_opponentMark);
+        FUZZ_CHECK(m_rig.play.board().state(index) == m_opponentMark);
         FUZZ_CHECK(unlocked());
         FUZZ_CHECK(m_sent.size() == sentBefore);
         FUZZ_CHECK(m_cues.last() == QLatin1String("MEI"));
@@ -254,17 +235,17 @@ void Session::apply(const WireEffect &effect)
 
 void Session::click(int index)
 {
-    const QString before = m_play->board().state(index);
+    const QString before = m_rig.play.board().state(index);
     const qsizetype sentBefore = m_sent.size();
-    m_play->click(index);
+    m_rig.play.click(index);
     if (before.isEmpty()) {
-        FUZZ_CHECK(m_play->board().state(index) == QLatin1String(ownMark(m_side)));
+        FUZZ_CHECK(m_rig.play.board().state(index) == QLatin1String(ownMark(m_side)));
         FUZZ_CHECK(m_sent.size() == sentBefore + 1 && m_sent.last() == Cell::name(index));
-        FUZZ_CHECK(m_LastMsg == Cell::name(index));
+        FUZZ_CHECK(m_rig.LastMsg == Cell::name(index));
         FUZZ_CHECK(locked());
         FUZZ_CHECK(m_cues.last() == QLatin1String("MeC"));
     } else {
-        FUZZ_CHECK(m_play->board().state(index) == before);
+        FUZZ_CHECK(m_rig.play.board().state(index) == before);
         FUZZ_CHECK(m_sent.size() == sentBefore);
         FUZZ_CHECK(m_cues.last() == QLatin1String("MEX"));
     }
@@ -279,12 +260,12 @@ void Session::turnEventLoop()
 void Session::checkAlways() const
 {
     for (int i = 0; i < Cell::Count; ++i)
-        FUZZ_CHECK(isPointState(m_play->board().state(i)));
-    FUZZ_CHECK(TotalText::read(m_WR.text()).has_value());
-    FUZZ_CHECK(TotalText::write(*TotalText::read(m_WR.text())) == m_WR.text());
+        FUZZ_CHECK(isPointState(m_rig.play.board().state(i)));
+    FUZZ_CHECK(TotalText::read(m_rig.WR.text()).has_value());
+    FUZZ_CHECK(TotalText::write(*TotalText::read(m_rig.WR.text())) == m_rig.WR.text());
     // The opponent's total shows what the peer sent until a scored pattern changes it;
     // from then on it is a whole number.
-    FUZZ_CHECK(m_WRL2.text() == m_lastTotal || TotalText::read(m_WRL2.text()).has_value());
+    FUZZ_CHECK(m_rig.WRL2.text() == m_lastTotal || TotalText::read(m_rig.WRL2.text()).has_value());
     FUZZ_CHECK(locked() || unlocked());
     for (const QString &message : m_sent) {
         FUZZ_CHECK(Cell::indexOf(message) >= 0
@@ -294,20 +275,12 @@ void Session::checkAlways() const
 
 bool Session::locked() const
 {
-    for (int i = 0; i < Cell::Count; ++i) {
-        if (m_view.point(i)->isEnabled())
-            return false;
-    }
-    return true;
+    return m_rig.lock() == BoardRig::Lock::Locked;
 }
 
 bool Session::unlocked() const
 {
-    for (int i = 0; i < Cell::Count; ++i) {
-        if (!m_view.point(i)->isEnabled())
-            return false;
-    }
-    return true;
+    return m_rig.lock() == BoardRig::Lock::Open;
 }
 
 } // namespace
