@@ -17,8 +17,6 @@ class TestMatchChat : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
     void hostSends_data();
     void hostSends();
     void hostReceivesAndTypes_data();
@@ -28,37 +26,9 @@ private slots:
     void lineBeforeConnectionIsDropped();
 
 private:
-    bool openHostWithPeer();
     // What `label` shows after each tick of `timer`, until the timer stops.
     QStringList typed(MatchScreen *screen, const char *timer, const char *label);
-
-    std::unique_ptr<F> f;
-    std::unique_ptr<MatchPeer> peer;
 };
-
-void TestMatchChat::init()
-{
-    f = std::make_unique<F>();
-    peer = std::make_unique<MatchPeer>();
-}
-
-void TestMatchChat::cleanup()
-{
-    peer.reset();
-    f.reset();
-}
-
-bool TestMatchChat::openHostWithPeer()
-{
-    f->openHost(QStringLiteral("Ani"));
-    if (!peer->connectTo(f->env.port()))
-        return false;
-    if (!QTest::qWaitFor([&] { return !peer->messages.isEmpty(); }, 10000))
-        return false;
-    peer->send(QStringLiteral("XBob"));
-    return QTest::qWaitFor([&] { return F::text(f->host.get(), "Xname") == QLatin1String("Bob"); },
-                           10000);
-}
 
 QStringList TestMatchChat::typed(MatchScreen *screen, const char *timer, const char *label)
 {
@@ -83,8 +53,10 @@ void TestMatchChat::hostSends_data()
 void TestMatchChat::hostSends()
 {
     QFETCH(bool, byEnter);
-    QVERIFY(openHostWithPeer());
-    HostScreen *host = f->host.get();
+    F f;
+    MatchPeer peer;
+    QVERIFY(f.openHostWithPeer(peer, QStringLiteral("Bob")));
+    HostScreen *host = f.host.get();
     auto *box = host->findChild<QLineEdit *>(QStringLiteral("Text1"));
     // An empty box sends and logs nothing, by either way.
     F::click(host, "Command1");
@@ -95,9 +67,9 @@ void TestMatchChat::hostSends()
     else
         F::click(host, "Command1");
 
-    QTRY_COMPARE_WITH_TIMEOUT(peer->messages.size(), 2, 10000);
-    QCOMPARE(peer->messages.last(), QStringLiteral("msg: hi"));  // the first was the greeting
-    QCOMPARE(f->chat->log(), QStringLiteral("Ani:  hi\r\n"));
+    QTRY_COMPARE_WITH_TIMEOUT(peer.messages.size(), 2, 10000);
+    QCOMPARE(peer.messages.last(), QStringLiteral("msg: hi"));  // the first was the greeting
+    QCOMPARE(f.chat->log(), QStringLiteral("Ani:  hi\r\n"));
     QCOMPARE(box->text(), QString());
     QCOMPARE(F::text(host, "OutM"), QStringLiteral("hi"));
     QVERIFY(F::visible(host, "Omsg"));
@@ -122,13 +94,15 @@ void TestMatchChat::hostReceivesAndTypes()
 {
     QFETCH(QString, wire);
     QFETCH(QString, logged);
-    QVERIFY(openHostWithPeer());
-    HostScreen *host = f->host.get();
+    F f;
+    MatchPeer peer;
+    QVERIFY(f.openHostWithPeer(peer, QStringLiteral("Bob")));
+    HostScreen *host = f.host.get();
     QSignalSpy cues(host, &MatchScreen::cued);
 
-    peer->send(wire);
+    peer.send(wire);
     QTRY_VERIFY_WITH_TIMEOUT(F::visible(host, "Xmsg"), 10000);
-    QCOMPARE(f->chat->log(), logged);
+    QCOMPARE(f.chat->log(), logged);
     QCOMPARE(cues.count(), 1);
     QCOMPARE(cues.first().first().toString(), QStringLiteral("mess"));
 
@@ -144,13 +118,15 @@ void TestMatchChat::hostReceivesAndTypes()
 
 void TestMatchChat::moveTakesOverTheBubble()
 {
-    QVERIFY(openHostWithPeer());
-    HostScreen *host = f->host.get();
+    F f;
+    MatchPeer peer;
+    QVERIFY(f.openHostWithPeer(peer, QStringLiteral("Bob")));
+    HostScreen *host = f.host.get();
     F::clickPoint(host, QStringLiteral("A1"));
-    QTRY_COMPARE_WITH_TIMEOUT(peer->messages.size(), 2, 10000);
-    peer->send(QStringLiteral("msg: a long line to type"));
+    QTRY_COMPARE_WITH_TIMEOUT(peer.messages.size(), 2, 10000);
+    peer.send(QStringLiteral("msg: a long line to type"));
     QTRY_VERIFY_WITH_TIMEOUT(F::text(host, "message").size() >= 3, 10000);
-    peer->send(QStringLiteral("B2"));
+    peer.send(QStringLiteral("B2"));
     QTRY_COMPARE_WITH_TIMEOUT(F::state(host, "B2"), QStringLiteral("X"), 10000);
     // The typewriter reads the last message, which is now the move.
     QTRY_COMPARE_WITH_TIMEOUT(F::text(host, "message"), QStringLiteral("B2"), 10000);
@@ -158,11 +134,12 @@ void TestMatchChat::moveTakesOverTheBubble()
 
 void TestMatchChat::joinerLogsNothing()
 {
+    F f;
     ChatHistory joinerHistory;
-    f->openHost(QStringLiteral("Ani"));
-    JoinScreen *join = f->openJoin(QStringLiteral("Bob"));
+    f.openHost(QStringLiteral("Ani"));
+    JoinScreen *join = f.openJoin(QStringLiteral("Bob"));
     join->setChatHistory(&joinerHistory);
-    HostScreen *host = f->host.get();
+    HostScreen *host = f.host.get();
     QTRY_COMPARE_WITH_TIMEOUT(F::text(host, "Xname"), QStringLiteral("Bob"), 15000);
 
     QTest::keyClicks(join->findChild<QWidget *>("Text1"), QStringLiteral("halo"));
@@ -173,27 +150,28 @@ void TestMatchChat::joinerLogsNothing()
     QTRY_VERIFY_WITH_TIMEOUT(F::visible(join, "Omsg"), 10000);
     QVERIFY(F::visible(join, "Xmsg"));
 
-    QCOMPARE(f->chat->log(), QStringLiteral("Bob:  halo\r\nAni:  hai\r\n"));
+    QCOMPARE(f.chat->log(), QStringLiteral("Bob:  halo\r\nAni:  hai\r\n"));
     QCOMPARE(joinerHistory.log(), QString());
 }
 
 void TestMatchChat::lineBeforeConnectionIsDropped()
 {
-    HostScreen *host = f->openHost(QStringLiteral("Ani"));
+    F f;
+    HostScreen *host = f.openHost(QStringLiteral("Ani"));
     auto *box = host->findChild<QLineEdit *>(QStringLiteral("Text1"));
     QTest::keyClicks(box, QStringLiteral("halo"));
     QTest::keyClick(box, Qt::Key_Return);
     QCOMPARE(box->text(), QStringLiteral("halo"));  // kept, so it can be sent later
     QVERIFY(!F::visible(host, "Omsg"));
-    QCOMPARE(f->chat->log(), QString());
+    QCOMPARE(f.chat->log(), QString());
     QVERIFY(!F::text(host, "status").isEmpty());
     // The history opens before any line too.
-    QVERIFY(!f->chat->isVisible());
+    QVERIFY(!f.chat->isVisible());
     F::click(host, "Command5");
-    QVERIFY(f->chat->isVisible());
-    QCOMPARE(f->chat->windowTitle(), QStringLiteral("Chat History"));
+    QVERIFY(f.chat->isVisible());
+    QCOMPARE(f.chat->windowTitle(), QStringLiteral("Chat History"));
 
-    JoinScreen *join = f->openJoin(QStringLiteral("Bob"), QStringLiteral(""));
+    JoinScreen *join = f.openJoin(QStringLiteral("Bob"), QStringLiteral(""));
     QTest::keyClicks(join->findChild<QWidget *>("Text1"), QStringLiteral("halo"));
     F::click(join, "Command1");
     QVERIFY(!F::visible(join, "Xmsg"));

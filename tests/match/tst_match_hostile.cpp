@@ -29,8 +29,6 @@ class TestMatchHostile : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
     void hostTakesAbuse_data();
     void hostTakesAbuse();
     void hostBurst();
@@ -38,35 +36,10 @@ private slots:
     void joinTakesAbuse();
 
 private:
-    bool openHostWithPeer();
     // The event loop turns over promptly and a fresh message is still understood.
     void verifyResponsive(MatchScreen *screen, const std::function<void(const QByteArray &)> &send);
-    void verifyScoreFileWhole();
-
-    std::unique_ptr<F> f;
-    std::unique_ptr<MatchPeer> peer;
+    void verifyScoreFileWhole(const F &f);
 };
-
-void TestMatchHostile::init()
-{
-    f = std::make_unique<F>();
-    peer = std::make_unique<MatchPeer>();
-}
-
-void TestMatchHostile::cleanup()
-{
-    peer.reset();
-    f.reset();
-}
-
-bool TestMatchHostile::openHostWithPeer()
-{
-    f->openHost(QStringLiteral("Ani"));
-    if (!peer->connectTo(f->env.port()))
-        return false;
-    return QTest::qWaitFor([&] { return !peer->messages.isEmpty(); }, 10000)
-           && peer->messages.first() == QStringLiteral("OAni");
-}
 
 void TestMatchHostile::verifyResponsive(MatchScreen *screen,
                                         const std::function<void(const QByteArray &)> &send)
@@ -84,10 +57,10 @@ void TestMatchHostile::verifyResponsive(MatchScreen *screen,
     QTRY_COMPARE_WITH_TIMEOUT(F::text(screen, name), QStringLiteral("Probe"), 10000);
 }
 
-void TestMatchHostile::verifyScoreFileWhole()
+void TestMatchHostile::verifyScoreFileWhole(const F &f)
 {
     RtfDocument::LoadStatus status;
-    QCOMPARE(RtfDocument::load(f->env.scoreFile(), &status), QStringLiteral("0"));
+    QCOMPARE(RtfDocument::load(f.env.scoreFile(), &status), QStringLiteral("0"));
     QCOMPARE(status, RtfDocument::LoadStatus::Ok);
 }
 
@@ -119,18 +92,20 @@ void TestMatchHostile::hostTakesAbuse()
     QFETCH(QString, control);
     QFETCH(QString, expected);
 
-    QVERIFY(openHostWithPeer());
-    HostScreen *host = f->host.get();
+    F f;
+    MatchPeer peer;
+    QVERIFY(f.openHostWithPeer(peer));
+    HostScreen *host = f.host.get();
     const QSize nameBox = host->findChild<QWidget *>("Xname")->size();
 
-    peer->sendRaw(payload);
+    peer.sendRaw(payload);
     // However the bytes were split into arrivals, the last one ends the payload.
     const QString tail = WireMessage::decode(payload.right(1));
     QTRY_VERIFY_WITH_TIMEOUT(host->lastMessage().endsWith(tail), 20000);
 
     QString actual;
     if (control == QLatin1String("Cx"))
-        actual = f->chat->Cx()->toPlainText();
+        actual = f.chat->Cx()->toPlainText();
     else if (expected == QLatin1String("visible") || expected == QLatin1String("hidden"))
         actual = F::visible(host, control) ? QStringLiteral("visible") : QStringLiteral("hidden");
     else
@@ -146,36 +121,40 @@ void TestMatchHostile::hostTakesAbuse()
     QCOMPARE(host->findChild<QWidget *>("Xname")->size(), nameBox);
     host->repaint();  // painting a huge text must not hang either
 
-    verifyResponsive(host, [this](const QByteArray &bytes) { peer->sendRaw(bytes); });
-    verifyScoreFileWhole();
+    verifyResponsive(host, [&peer](const QByteArray &bytes) { peer.sendRaw(bytes); });
+    verifyScoreFileWhole(f);
 }
 
 void TestMatchHostile::hostBurst()
 {
-    QVERIFY(openHostWithPeer());
-    HostScreen *host = f->host.get();
+    F f;
+    MatchPeer peer;
+    QVERIFY(f.openHostWithPeer(peer));
+    HostScreen *host = f.host.get();
     for (int i = 0; i < 10000; ++i)
-        peer->sendRaw(i % 2 ? QByteArrayLiteral("$1") : QByteArrayLiteral("B2"));
-    peer->sendRaw("$2");
+        peer.sendRaw(i % 2 ? QByteArrayLiteral("$1") : QByteArrayLiteral("B2"));
+    peer.sendRaw("$2");
     QTRY_VERIFY_WITH_TIMEOUT(host->lastMessage().endsWith(QLatin1String("$2")), 30000);
     // Glued arrivals are one odd message each; whatever came apart was obeyed. Either way
     // every answer to a Score is a Score.
-    for (const QString &reply : peer->messages.mid(1))
+    for (const QString &reply : peer.messages.mid(1))
         QVERIFY2(reply.startsWith(QLatin1String("$0")), qPrintable(reply.left(40)));
-    verifyResponsive(host, [this](const QByteArray &bytes) { peer->sendRaw(bytes); });
-    verifyScoreFileWhole();
+    verifyResponsive(host, [&peer](const QByteArray &bytes) { peer.sendRaw(bytes); });
+    verifyScoreFileWhole(f);
 }
 
 void TestMatchHostile::peerVanishesMidMove()
 {
-    QVERIFY(openHostWithPeer());
-    HostScreen *host = f->host.get();
+    F f;
+    MatchPeer peer;
+    QVERIFY(f.openHostWithPeer(peer));
+    HostScreen *host = f.host.get();
     F::clickPoint(host, QStringLiteral("A1"));
-    QTRY_COMPARE_WITH_TIMEOUT(peer->messages.size(), 2, 10000);
-    QCOMPARE(peer->messages.last(), QStringLiteral("A1"));
+    QTRY_COMPARE_WITH_TIMEOUT(peer.messages.size(), 2, 10000);
+    QCOMPARE(peer.messages.last(), QStringLiteral("A1"));
 
-    peer->sendRaw("B");  // half a move, then the peer is gone without a goodbye
-    peer->socket().abort();
+    peer.sendRaw("B");  // half a move, then the peer is gone without a goodbye
+    peer.socket().abort();
     QTRY_COMPARE_WITH_TIMEOUT(F::text(host, "infox"), QStringLiteral("Koneksi Terputus"), 10000);
     QCOMPARE(F::state(host, "A1"), QStringLiteral("O"));
     QVERIFY(!F::enabled(host, "Command3"));
@@ -187,14 +166,15 @@ void TestMatchHostile::peerVanishesMidMove()
     host->play()->B2_Click();
     QCOMPARE(F::state(host, "B2"), QStringLiteral("O"));
     QVERIFY(host->isVisible());
-    verifyScoreFileWhole();
+    verifyScoreFileWhole(f);
 }
 
 void TestMatchHostile::joinTakesAbuse()
 {
+    F f;
     QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost, f->env.port()));
-    JoinScreen *join = f->openJoin(QStringLiteral("Bob"));
+    QVERIFY(server.listen(QHostAddress::LocalHost, f.env.port()));
+    JoinScreen *join = f.openJoin(QStringLiteral("Bob"));
     QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), 10000);
     QTcpSocket *socket = server.nextPendingConnection();
     QStringList got;
@@ -218,7 +198,7 @@ void TestMatchHostile::joinTakesAbuse()
         QVERIFY2(reply.startsWith(u'$') || reply == QLatin1String("XBob"), qPrintable(reply.left(40)));
 
     verifyResponsive(join, send);
-    verifyScoreFileWhole();
+    verifyScoreFileWhole(f);
 }
 
 QTEST_MAIN(TestMatchHostile)

@@ -6,6 +6,7 @@
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
+#include "support/match_peer.h"
 
 #include <QAbstractButton>
 #include <QLabel>
@@ -52,6 +53,18 @@ bool MatchFixture::startMatch(const QString &hostName, const QString &joinName)
         return false;
     return text(host.get(), "Xname") == joinName && text(join.get(), "Oname") == hostName
            && text(join.get(), "WRL2") == text(host.get(), "WRL");
+}
+
+bool MatchFixture::openHostWithPeer(MatchPeer &peer, const QString &peerName)
+{
+    openHost(QStringLiteral("Ani"));
+    if (!peer.connectTo(env.port()) || !QTest::qWaitFor([&] { return !peer.messages.isEmpty(); }, 10000)
+        || peer.messages.first() != QLatin1String("OAni"))
+        return false;
+    if (peerName.isEmpty())
+        return true;
+    peer.send(u'X' + peerName);
+    return QTest::qWaitFor([&] { return text(host.get(), "Xname") == peerName; }, 10000);
 }
 
 QString MatchFixture::text(const QWidget *screen, const QString &name)
