@@ -159,7 +159,13 @@ void MatchScreen::buildControls()
     board.WRL2 = WRL2;
     board.Xname = Xname;
     board.Oname = Oname;
-    board.send = [this](const QString &move) { send(move); };
+    // A move leaves before this screen repaints its own board: the peer sees it sooner.
+    // Only moves: the protocol has no framing, and the opening exchange relies on its
+    // messages arriving apart.
+    board.send = [this](const QString &move) {
+        if (send(move))
+            m_data->flush();
+    };
     board.cue = [this](const QString &name) { cue(name); };
     m_play = new BoardPlay(host ? BoardPlay::Side::Host : BoardPlay::Side::Joiner, board, this);
     connect(m_play, &BoardPlay::scoreFileProblem, this, &MatchScreen::showStatus);

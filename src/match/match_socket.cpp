@@ -136,6 +136,12 @@ bool MatchSocket::send(const QString &message)
     return true;
 }
 
+void MatchSocket::flush()
+{
+    if (m_peer)
+        m_peer->flush();
+}
+
 QString MatchSocket::receive()
 {
     if (!m_peer)

@@ -36,6 +36,9 @@ public:
 
     // One message in one send. Returns false, and drops the message, without a peer.
     bool send(const QString &message);
+    // Hands what send() queued to the network now instead of when the event loop comes
+    // round again (after the sender's own repaint).
+    void flush();
     // Everything that has arrived so far, as one message.
     QString receive();
 
