@@ -9,9 +9,11 @@
 #include "match/match_screen.h"
 #include "match/match_socket.h"
 
+#include <QComboBox>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -152,7 +154,18 @@ QJsonObject state(MatchScreen *screen)
         {QStringLiteral("message"),
          shownText(screen->findChild<QLabel *>(QStringLiteral("message")),
                    labelText(screen, "message"))},
+        {QStringLiteral("status"), labelText(screen, "status")},
     };
+}
+
+QJsonObject hostList(const QComboBox *list)
+{
+    // A registry can list thousands: the first few tell what kind of entries they are.
+    constexpr int Shown = 5;
+    QJsonArray items;
+    for (int i = 0; i < qMin(list->count(), Shown); ++i)
+        items.append(list->itemText(i));
+    return {{QStringLiteral("count"), list->count()}, {QStringLiteral("items"), items}};
 }
 
 } // namespace ControlActions

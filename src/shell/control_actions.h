@@ -4,6 +4,7 @@
 #include <QString>
 
 class MatchScreen;
+class QComboBox;
 class QWidget;
 
 // What a remote-controlled program does to a match screen, the way a player would: mouse
@@ -25,8 +26,10 @@ QString enter(MatchScreen *screen);
 QString shot(MatchScreen *screen, const QString &file);
 
 // The screen at a glance: cells (A1 .. C3 states), infox, trans, WR, WRL, WRL2, Oname,
-// Xname, enabled (all nine points), connected, the Send and Restart buttons, and the two
-// chat bubbles' texts.
+// Xname, enabled (all nine points), connected, the Send and Restart buttons, the two
+// chat bubbles' texts and the status line under the buttons.
 QJsonObject state(MatchScreen *screen);
+// A host list at a glance: how many entries, and the first few.
+QJsonObject hostList(const QComboBox *list);
 
 } // namespace ControlActions

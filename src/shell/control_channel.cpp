@@ -2,6 +2,7 @@
 
 #include "control_actions.h"
 #include "control_event.h"
+#include "login_screen.h"
 #include "screens.h"
 
 #include "board/board.h"
@@ -13,7 +14,9 @@
 #include "match/match_screen.h"
 #include "match/match_socket.h"
 
+#include <QPushButton>
 #include <QApplication>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QMessageBox>
@@ -135,15 +138,25 @@ void ControlChannel::handle(const QString &line)
         return;
     }
 
-    MatchScreen *screen = matchScreen();
-    if (!screen) {
-        write(QStringLiteral("error ") + command + QStringLiteral(": no match screen is open"));
+    if (command == QLatin1String("dismiss")) {
+        dismissBox();
         return;
     }
+
+    MatchScreen *screen = matchScreen();
     if (command == QLatin1String("state")) {
-        const QJsonObject state = ControlActions::state(screen);
+        // Also without a match screen: a director must see that the program is still there
+        // and which screen it shows, after a failed start say.
+        QJsonObject state = screen ? ControlActions::state(screen) : QJsonObject();
+        state.insert(QStringLiteral("screens"), QJsonArray::fromStringList(shownScreens()));
+        if (m_screens.isLoaded(QStringLiteral("login")))
+            state.insert(QStringLiteral("HO"), ControlActions::hostList(m_screens.login()->HO()));
         write(QStringLiteral("state ")
               + QString::fromUtf8(QJsonDocument(state).toJson(QJsonDocument::Compact)));
+        return;
+    }
+    if (!screen) {
+        write(QStringLiteral("error ") + command + QStringLiteral(": no match screen is open"));
         return;
     }
     const QString detail = act(command, argument, screen);
@@ -200,6 +213,36 @@ QString ControlChannel::act(const QString &command, const QString &argument, Mat
         return {};
     }
     return QStringLiteral("!unknown command");
+}
+
+void ControlChannel::dismissBox()
+{
+    // A box waits in its own event loop for a player's answer; commands still arrive there.
+    auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+    if (!box) {
+        write(QStringLiteral("error dismiss: no message box is shown"));
+        return;
+    }
+    QAbstractButton *button = box->defaultButton();
+    if (!button)
+        button = box->escapeButton();
+    if (!button && !box->buttons().isEmpty())
+        button = box->buttons().constFirst();
+    write(QStringLiteral("ok dismiss ") + (button ? button->text() : QString()));
+    if (button)
+        button->click();
+    else
+        box->reject();
+}
+
+QStringList ControlChannel::shownScreens() const
+{
+    QStringList names;
+    for (const QWidget *screen : m_screens.loadedScreens()) {
+        if (screen->isVisible())
+            names.append(screen->objectName());
+    }
+    return names;
 }
 
 MatchScreen *ControlChannel::matchScreen() const
@@ -265,6 +308,15 @@ void ControlChannel::write(const QString &line)
 
 void ControlChannel::quit()
 {
+    // Once only. The program is on its way out and gives the registry withdrawal that the
+    // closing host has just started a few seconds; a second quit (standard input ending
+    // right after the command, say) would end that wait at once and leave the entry listed.
+    if (m_quitting)
+        return;
+    m_quitting = true;
+    if (m_input)
+        m_input->setEnabled(false);
+    m_queue.clear();
     // As the title-bar close of every open screen: a host withdraws its registry entry.
     m_screens.closeAllAndQuit();
 }

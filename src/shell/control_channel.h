@@ -21,9 +21,12 @@ class Screens;
 //   click CELL | button NAME | type TEXT | enter | chat TEXT (type, then Enter)
 //   send ("Send") | restart ("Restart") | close ("Close") | shot FILE.png | state
 //   move X Y | open host NAME | open join NAME (a match screen without the setup screen,
-//   for a machine without a registry) | quit (every screen closed as from its title bar)
+//   for a machine without a registry) | dismiss (the default button of the message box
+//   shown) | quit (every screen closed as from its title bar)
 //
 // Answers: "ok <command>[ <detail>]", "error <command>: <why>", "state <one-line JSON>".
+// "state" answers with or without a match screen: `screens` names the screens shown, `HO`
+// the setup screen's host list while that screen is loaded.
 // Commands are taken one per turn of the event loop, so that what one of them sends is on
 // its way before the next one (a screenshot, say) runs.
 // Events (ControlEvent) are written as they happen. Standard input at its end counts as
@@ -57,6 +60,8 @@ private:
     void report(const QString &kind, const QString &payload);
     void write(const QString &line);
     MatchScreen *matchScreen() const;
+    QStringList shownScreens() const;
+    void dismissBox();
     QString act(const QString &command, const QString &argument, MatchScreen *screen);
     void quit();
 
@@ -67,4 +72,5 @@ private:
     QStringList m_queue;
     QTimer *m_next;
     QList<QPointer<MatchScreen>> m_attached;
+    bool m_quitting = false;
 };

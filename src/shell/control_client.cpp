@@ -56,6 +56,12 @@ void ControlClient::command(const QString &line)
         m_process.write(line.toUtf8() + '\n');
 }
 
+void ControlClient::closeInput()
+{
+    if (m_process.state() != QProcess::NotRunning)
+        m_process.closeWriteChannel();
+}
+
 bool ControlClient::isRunning() const
 {
     return m_process.state() != QProcess::NotRunning;

@@ -26,6 +26,8 @@ public:
     void start(const QString &program, const QStringList &arguments,
                const QProcessEnvironment &environment);
     void command(const QString &line);
+    // No more commands; the program takes the end of its input as "quit".
+    void closeInput();
     // Started (or starting) and not yet ended.
     bool isRunning() const;
     // After the process ended: its status, or -1 when it crashed or never started.

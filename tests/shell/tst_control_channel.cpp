@@ -6,8 +6,10 @@
 #include "support/match_env.h"
 
 #include <QImage>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMessageBox>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -80,8 +82,22 @@ private slots:
     void commandsNeedAMatchScreen()
     {
         QCOMPARE(m_host.command("click A1"), QStringLiteral("error click: no match screen is open"));
-        QVERIFY(m_host.command("state").startsWith(QLatin1String("error state:")));
         QVERIFY(m_host.command("open sesame").startsWith(QLatin1String("error open:")));
+        QCOMPARE(m_host.command("dismiss"), QStringLiteral("error dismiss: no message box is shown"));
+        // The state answers all the same: the program is there, showing nothing yet.
+        QCOMPARE(m_host.command("state"), QStringLiteral("state {\"screens\":[]}"));
+    }
+
+    void dismissPressesTheBoxButton()
+    {
+        // A box waits in an event loop of its own; the command must reach it there.
+        QMessageBox box(QMessageBox::Warning, QStringLiteral("Judul"), QStringLiteral("Ada masalah"),
+                        QMessageBox::Ok | QMessageBox::Cancel);
+        box.setDefaultButton(QMessageBox::Ok);
+        QTimer::singleShot(0, &box, [this] { m_host.command("dismiss"); });
+        QCOMPARE(box.exec(), int(QMessageBox::Ok));
+        QCOMPARE(m_host.events("box"), QStringList{"Judul: Ada masalah"});
+        QCOMPARE(m_host.lines.last(), QStringLiteral("ok dismiss OK"));
     }
 
     void overlayTakesTheClickBeforeAJoinerComes()
@@ -203,7 +219,9 @@ private slots:
     {
         QCOMPARE(m_join.command("close"), QStringLiteral("ok close Command2 Command2"));
         QTRY_COMPARE_WITH_TIMEOUT(m_join.events("gone"), QStringList{"Join"}, 20000);
-        QVERIFY(m_join.command("state").startsWith(QLatin1String("error state:")));
+        const QJsonObject state = m_join.state();
+        QVERIFY(!state.contains("screen"));
+        QVERIFY(!state.value("screens").toArray().contains("Join"));
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "support/ftp_server.h"
 #include "support/match_env.h"
 
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -48,6 +49,10 @@ private slots:
         // Both names made it from the command line onto both screens.
         const QJsonObject host = stateOf(*m_host);
         const QJsonObject join = stateOf(*m_join);
+        QCOMPARE(host.value("screens").toArray(), QJsonArray{"host"});
+        QCOMPARE(join.value("screens").toArray(), QJsonArray{"Join"});
+        // The joiner's setup screen, hidden behind it, listed the host's entry.
+        QCOMPARE(join.value("HO").toObject().value("items").toArray(), QJsonArray{"127.0.0.1"});
         for (const QJsonObject &state : {host, join}) {
             QCOMPARE(state.value("Oname").toString(), QStringLiteral("Budi"));
             QCOMPARE(state.value("Xname").toString(), QStringLiteral("Sari"));
@@ -85,8 +90,12 @@ private slots:
     void quitWithdrawsTheEntryAndKeepsTheScores()
     {
         QVERIFY(m_host && m_join);
-        for (ControlClient *player : {m_host.get(), m_join.get()})
+        // Input ending right after "quit", as when a director exits: the second quit that
+        // the end of input stands for must not cut short the wait for the withdrawal.
+        for (ControlClient *player : {m_host.get(), m_join.get()}) {
             player->command(QStringLiteral("quit"));
+            player->closeInput();
+        }
         QTRY_VERIFY_WITH_TIMEOUT(m_host->hasFinished() && m_join->hasFinished(), 30000);
         QCOMPARE(m_host->exitCode(), 0);
         QCOMPARE(m_join->exitCode(), 0);
