@@ -27,16 +27,6 @@ private:
         return std::make_unique<JoinScreen>(QStringLiteral("127.0.0.1"), nullptr);
     }
 
-    static QString where(const QWidget *w)
-    {
-        return QStringLiteral("%1 at %2,%3 %4x%5")
-            .arg(w->objectName())
-            .arg(w->x())
-            .arg(w->y())
-            .arg(w->width())
-            .arg(w->height());
-    }
-
 private slots:
     void onItsPanel_data()
     {
@@ -57,12 +47,8 @@ private slots:
         QFETCH(QString, side);
         QFETCH(QStringList, names);
         QFETCH(QRect, area);
-        const auto s = screen(side);
-        for (const QString &name : names) {
-            const auto *control = s->findChild<QWidget *>(name);
-            QVERIFY2(control, qPrintable(name));
-            QVERIFY2(area.contains(control->geometry()), qPrintable(where(control)));
-        }
+        const QStringList found = LayoutCheck::outside(screen(side).get(), names, area);
+        QVERIFY2(found.isEmpty(), qPrintable(found.join(u", ")));
     }
 
     void nothingCoversAnotherAndCaptionsAreWhole_data()
@@ -143,7 +129,7 @@ private slots:
             const auto *above = s->findChild<QWidget *>(topToBottom[i - 1]);
             const auto *below = s->findChild<QWidget *>(topToBottom[i]);
             QVERIFY2(above->geometry().bottom() < below->geometry().top(),
-                     qPrintable(where(above) + QStringLiteral(" / ") + where(below)));
+                     qPrintable(LayoutCheck::where(above) + QStringLiteral(" / ") + LayoutCheck::where(below)));
         }
     }
 };

@@ -57,3 +57,27 @@ QStringList LayoutCheck::cramped(const QWidget *screen)
     }
     return found;
 }
+
+QStringList LayoutCheck::outside(const QWidget *screen, const QStringList &names, const QRect &area)
+{
+    QStringList found;
+    for (const QString &name : names) {
+        const auto *control = screen->findChild<QWidget *>(name);
+        if (!control)
+            found << name + QStringLiteral(" missing");
+        else if (!area.contains(control->geometry()))
+            found << where(control);
+    }
+    return found;
+}
+
+QString LayoutCheck::where(const QWidget *widget)
+{
+    const QRect box = widget->geometry();
+    return QStringLiteral("%1 at %2,%3 %4x%5")
+        .arg(widget->objectName())
+        .arg(box.x())
+        .arg(box.y())
+        .arg(box.width())
+        .arg(box.height());
+}

@@ -3,6 +3,7 @@
 #include <QSet>
 #include <QStringList>
 
+class QRect;
 class QWidget;
 
 // Checks on a screen laid out by hand: what a player would see as a fault (two controls on
@@ -15,5 +16,9 @@ QStringList overlaps(const QWidget *screen, const QSet<QString> &stacked = {});
 // Names of visible labels and buttons whose text needs more room than their box gives.
 // Labels that clip on purpose (their size hint is their size) and pictures never count.
 QStringList cramped(const QWidget *screen);
+// Each of `names` that `screen` lacks or that reaches outside `area`, as where() says it.
+QStringList outside(const QWidget *screen, const QStringList &names, const QRect &area);
+// "name at x,y wxh"
+QString where(const QWidget *widget);
 
 } // namespace LayoutCheck
