@@ -247,6 +247,7 @@ void TestBoardPlay::gameEnd()
 
 void TestBoardPlay::failedSaveIsReported()
 {
+    // Under a plain file nothing can be created, whatever the user's rights.
     QFile plain(m_dir->filePath(QStringLiteral("plain")));
     QVERIFY(plain.open(QIODevice::WriteOnly));
     plain.close();
@@ -255,7 +256,8 @@ void TestBoardPlay::failedSaveIsReported()
     screen.setBoard(".X./.X./...");
     screen.play.click(Cell::indexOf(u"B3"));
     QTRY_COMPARE_WITH_TIMEOUT(problems.count(), 1, 10000);
-    QVERIFY(problems.first().first().toString().startsWith(QStringLiteral("Total skor tidak")));
+    QVERIFY(problems.first().first().toString().startsWith(QStringLiteral("Total skor tidak dapat disimpan")));
+    // The total changes on the screen all the same.
     QCOMPARE(screen.WR.text(), QStringLiteral("1"));
     QCOMPARE(screen.view.infox()->text(), QStringLiteral("Anda Menang!"));
 }

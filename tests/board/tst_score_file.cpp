@@ -66,7 +66,6 @@ private slots:
     void damagedIsSetAside();
     void earlierCopyIsKept();
     void unreadableIsLeftAlone();
-    void failedSaveIsReported();
     void neverHalfWritten();
 
 private:
@@ -168,17 +167,6 @@ void TestScoreFile::unreadableIsLeftAlone()
     QCOMPARE(score.load(), ScoreFile::LoadResult::Unreadable);
     QCOMPARE(score.text(), QStringLiteral("0"));
     QVERIFY(QFileInfo(m_path).isDir());
-}
-
-void TestScoreFile::failedSaveIsReported()
-{
-    // Under a plain file nothing can be created, whatever the user's rights.
-    writeAll(m_dir->filePath(QStringLiteral("plain")), "x");
-    ScoreFile score(m_dir->filePath(QStringLiteral("plain/dvq")));
-    score.load();
-    QVERIFY(!score.add(-1));
-    QCOMPARE(score.text(), QStringLiteral("-1"));
-    QVERIFY(score.notice().startsWith(QStringLiteral("Total skor tidak dapat disimpan")));
 }
 
 void TestScoreFile::neverHalfWritten()
