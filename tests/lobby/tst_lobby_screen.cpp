@@ -31,11 +31,6 @@ constexpr int Patience = 30000;
 // Waits until the transfer has no request under way any more.
 #define SETTLE(inet) QTRY_VERIFY_WITH_TIMEOUT(!(inet)->StillExecuting(), Patience)
 
-QString text(QObject *control)
-{
-    return control->property("text").toString();
-}
-
 } // namespace
 
 class TestLobbyScreen : public QObject
@@ -46,8 +41,6 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
-    void controls_data();
-    void controls();
     void listing_data();
     void listing();
     void listingAgainAppends();
@@ -85,37 +78,6 @@ void TestLobbyScreen::cleanup()
     QDir root(m_server.root());
     for (const QString &name : root.entryList(QDir::Files))
         root.remove(name);
-}
-
-void TestLobbyScreen::controls_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("caption");
-    QTest::addColumn<bool>("shown");
-
-    QTest::newRow("heading") << "Label1" << "Nomor IP Yang Sedang Online" << true;
-    QTest::newRow("chosen entry") << "STE" << "Label1" << true;
-    QTest::newRow("address") << "ID" << "[Nomor IP]" << true;
-    QTest::newRow("publish") << "Command2" << "Simpan" << true;
-    QTest::newRow("withdraw") << "Command1" << "Hapus" << true;
-    QTest::newRow("stop listing") << "Command4" << "Refresh" << true;
-    QTest::newRow("raw chunk") << "Command3" << "Command3" << false;
-}
-
-void TestLobbyScreen::controls()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, caption);
-    QFETCH(bool, shown);
-
-    const auto wol = std::make_unique<LobbyScreen>();
-    QCOMPARE(wol->objectName(), QStringLiteral("WOL"));
-    QCOMPARE(wol->windowTitle(), QStringLiteral("Online Host:"));
-    wol->show();
-    auto *control = wol->findChild<QWidget *>(name);
-    QVERIFY(control);
-    QCOMPARE(text(control), caption);
-    QCOMPARE(control->isVisible(), shown);
 }
 
 void TestLobbyScreen::listing_data()
@@ -164,7 +126,7 @@ void TestLobbyScreen::listing()
         QVERIFY(QTest::qWaitForWindowExposed(wol.get()));
         const QRect second = list->visualItemRect(list->item(1));
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, second.center());
-        QCOMPARE(text(wol->findChild<QWidget *>(QStringLiteral("STE"))), listed.at(1));
+        QCOMPARE(wol->findChild<QWidget *>(QStringLiteral("STE"))->property("text").toString(), listed.at(1));
     }
 }
 
