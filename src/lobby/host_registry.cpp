@@ -71,8 +71,10 @@ void HostRegistry::Inet3_StateChanged(int state)
         return;
     m_uploading.clear();
     const QString address = std::exchange(m_withdrawAfterUpload, QString());
-    if (!address.isEmpty())
-        m_inet2->Execute(QStringLiteral("DELETE ") + address);
+    if (address.isEmpty())
+        return;
+    m_inet2->Execute(QStringLiteral("DELETE ") + address);
+    emit withdrawStarted();
 }
 
 bool HostRegistry::List()

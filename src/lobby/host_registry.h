@@ -33,12 +33,18 @@ public:
     bool List();
     // A delete is still under way (the lobby's "Hapus" refuses then).
     bool deleteBusy() const;
+    // A withdrawal waits for its entry's upload to end; withdrawStarted() follows.
+    bool withdrawWaiting() const { return !m_withdrawAfterUpload.isEmpty(); }
 
     static QString stagingFile(const QString &address);
 
     FtpTransfer *Inet1() const { return m_inet1; }
     FtpTransfer *Inet2() const { return m_inet2; }
     FtpTransfer *Inet3() const { return m_inet3; }
+
+signals:
+    // The delete that waited for the upload has been started (or could not be).
+    void withdrawStarted();
 
 private:
     void Inet3_StateChanged(int state);

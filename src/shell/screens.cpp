@@ -5,6 +5,7 @@
 #include "login_screen.h"
 #include "title_screen.h"
 
+#include "lobby/host_registry.h"
 #include "lobby/lobby_screen.h"
 #include "match/chat_history.h"
 #include "match/host_screen.h"
@@ -14,6 +15,10 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QTimer>
+
+#include <memory>
+#include <utility>
 
 Screens::Screens(QObject *parent)
     : QObject(parent)
@@ -214,6 +219,22 @@ void Screens::closeAllAndQuit()
     for (QWidget *screen : loadedScreens()) {
         if (screen->isVisible())
             screen->close();
+    }
+    // The exit waits for registry transfers under way, but a host's withdrawal that waits
+    // for its entry's upload to end is not under way yet: a host closed right after opening
+    // would stay listed. The program ends once that delete has started (or soon anyway).
+    HostRegistry *registry = m_wol ? m_wol->registry() : nullptr;
+    if (registry && registry->withdrawWaiting()) {
+        // Whichever comes first ends the program, once.
+        const auto ended = std::make_shared<bool>(false);
+        const auto end = [ended] {
+            if (std::exchange(*ended, true))
+                return;
+            QCoreApplication::exit(0);
+        };
+        connect(registry, &HostRegistry::withdrawStarted, this, end);
+        QTimer::singleShot(WithdrawWaitMs, this, end);
+        return;
     }
     QCoreApplication::exit(0);
 }

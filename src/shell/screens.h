@@ -30,6 +30,8 @@ public:
     static constexpr int InternetError = 35754;
     // How long "Mulai" waits to learn whether the registry answers; windows keep repainting.
     static constexpr int RegistryWaitMs = 8000;
+    // How long closeAllAndQuit waits for a host's withdrawal to start after its upload.
+    static constexpr int WithdrawWaitMs = 3000;
 
     explicit Screens(QObject *parent = nullptr);
     ~Screens() override;
@@ -56,7 +58,8 @@ public:
     void showAbout();
     // "Keluar": leave the event loop at once, without the screens' close handlers.
     void endProgram();
-    // SIGINT/SIGTERM: close every open screen as its title-bar close would, then end.
+    // SIGINT/SIGTERM: close every open screen as its title-bar close would, then end (once
+    // a host's registry withdrawal is under way).
     void closeAllAndQuit();
 
     // The lobby as the setup screen uses it: loaded hidden (0 or InternetError), shown,

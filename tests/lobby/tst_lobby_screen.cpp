@@ -174,9 +174,12 @@ void TestLobbyScreen::hostHooks()
 
     // Withdrawn while its own upload is still under way, as a host that cannot listen does:
     // the delete must not overtake the upload and leave the entry behind.
+    QSignalSpy started(wol->registry(), &HostRegistry::withdrawStarted);
     wol->publishHost(QStringLiteral("127.0.0.8"));
     wol->withdrawHost(QStringLiteral("127.0.0.8"));
+    QVERIFY(wol->registry()->withdrawWaiting());
     SETTLE(wol->registry()->Inet3());
+    QCOMPARE(started.count(), 1);
     SETTLE(wol->registry()->Inet2());
     QCOMPARE(m_server.entries(), QStringList{"127.0.0.6"});
 }

@@ -2,14 +2,18 @@
 #include "shell/screens.h"
 #include "shell/title_screen.h"
 
+#include "lobby/host_registry.h"
 #include "lobby/lobby_screen.h"
+#include "platform/ftp_transfer.h"
 #include "support/ftp_server.h"
 #include "support/match_env.h"
 
 #include <QComboBox>
+#include <QEventLoop>
 #include <QFile>
 #include <QLineEdit>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 
 // The road from the title screen's "Mulai" to the setup screen, with the registry up,
@@ -117,6 +121,27 @@ private slots:
         const QString file = LoginScreen::playerFile(name);
         QCOMPARE(QFileInfo(file).absolutePath(), QFileInfo(m_drive.path()).absoluteFilePath());
         QVERIFY(QFileInfo(file).fileName().startsWith(u'-'));
+    }
+
+    // Last: it tells the application to end, which no later event loop forgets.
+    void quitRightAfterHostingWaitsForTheWithdrawalToStart()
+    {
+        qputenv("DORVALA_MATCH_PORT", QByteArray::number(MatchEnv::freePort()));
+        m_screens->startHost(QStringLiteral("Budi"), {}, false);
+        HostRegistry *registry = m_screens->WOL()->registry();
+        bool uploading = false;
+        QEventLoop loop;
+        QTimer::singleShot(0, &loop, [&] {
+            uploading = registry->Inet3()->StillExecuting();
+            m_screens->closeAllAndQuit();
+        });
+        // Returns when the program is told to end: by then the delete must be under way,
+        // because the exit waits only for transfers that have started.
+        loop.exec();
+        QVERIFY(uploading);
+        QVERIFY(!registry->withdrawWaiting());
+        QTRY_VERIFY_WITH_TIMEOUT(!registry->Inet2()->StillExecuting(), 20000);
+        QVERIFY(!m_ftp.entries().contains(QStringLiteral("127.0.0.1")));
     }
 
 private:
