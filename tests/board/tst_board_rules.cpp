@@ -96,8 +96,7 @@ void TestBoardRules::totals()
 {
     QFETCH(QString, text);
     QFETCH(qint64, delta);
-    QFETCH(QString, sum);
-    QCOMPARE(TotalText::add(text, delta), sum);
+    QTEST(TotalText::add(text, delta), "sum");
 }
 
 QTEST_GUILESS_MAIN(TestBoardRules)

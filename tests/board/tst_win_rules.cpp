@@ -66,12 +66,10 @@ void TestWinRules::tick()
 {
     QFETCH(QString, before);
     QFETCH(QString, localMark);
-    QFETCH(QString, after);
-    QFETCH(QString, results);
 
     Board board = Board::fromString(before);
-    QCOMPARE(describe(WinRules::tick(board, localMark)), results);
-    QCOMPARE(board.toString(), after);
+    QTEST(describe(WinRules::tick(board, localMark)), "results");
+    QTEST(board.toString(), "after");
 
     QSignalSpy changes(&board, &Board::stateChanged);
     QVERIFY(WinRules::tick(board, localMark).isEmpty());

@@ -71,8 +71,7 @@ void TestCp1252::encodes_data()
 void TestCp1252::encodes()
 {
     QFETCH(QString, text);
-    QFETCH(QByteArray, bytes);
-    QCOMPARE(Cp1252::encode(text), bytes);
+    QTEST(Cp1252::encode(text), "bytes");
 }
 
 void TestCp1252::largeMessageIsFast()

@@ -105,12 +105,10 @@ void TestSettings::ports()
 {
     QFETCH(QByteArray, value);
     QFETCH(bool, set);
-    QFETCH(int, match);
-    QFETCH(int, probe);
     setEnv("DORVALA_MATCH_PORT", value, set);
     setEnv("DORVALA_PROBE_PORT", value, set);
-    QCOMPARE(int(Settings::matchPort()), match);
-    QCOMPARE(int(Settings::probePort()), probe);
+    QTEST(int(Settings::matchPort()), "match");
+    QTEST(int(Settings::probePort()), "probe");
 }
 
 void TestSettings::localIp()

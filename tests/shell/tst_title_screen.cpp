@@ -64,7 +64,6 @@ private slots:
     void faces()
     {
         QFETCH(QString, steps);
-        QFETCH(QString, faces);
         TitleScreen *title = m_screens->openi();
         for (const QString &step : steps.split(u' ')) {
             const QString zone = step.section(u':', 0, 0);
@@ -80,7 +79,7 @@ private slots:
         QString got;
         for (const char *zone : {"Play", "Quit", "About"})
             got += QLatin1Char(faceLetter(title->button(QLatin1String(zone))->face()));
-        QCOMPARE(got, faces);
+        QTEST(got, "faces");
     }
 
     void splashHidesOnceAfterFourSeconds()
