@@ -14,6 +14,7 @@
 #include <QLineEdit>
 
 #include <QApplication>
+#include <QEventLoopLocker>
 #include <QMessageBox>
 #include <QTimer>
 
@@ -216,6 +217,9 @@ void Screens::endProgram()
 
 void Screens::closeAllAndQuit()
 {
+    // Held while the screens close: the last window to close would otherwise end the event
+    // loop by itself, before a withdrawal still to be started (below) has started.
+    auto hold = std::make_unique<QEventLoopLocker>();
     for (QWidget *screen : loadedScreens()) {
         if (screen->isVisible())
             screen->close();
@@ -226,10 +230,11 @@ void Screens::closeAllAndQuit()
     HostRegistry *registry = m_wol ? m_wol->registry() : nullptr;
     if (registry && registry->withdrawWaiting()) {
         // Whichever comes first ends the program, once.
-        const auto ended = std::make_shared<bool>(false);
-        const auto end = [ended] {
-            if (std::exchange(*ended, true))
+        const auto held = std::make_shared<std::unique_ptr<QEventLoopLocker>>(std::move(hold));
+        const auto end = [held] {
+            if (!*held)
                 return;
+            held->reset();
             QCoreApplication::exit(0);
         };
         connect(registry, &HostRegistry::withdrawStarted, this, end);
