@@ -7,10 +7,8 @@ BlackHoleServer::BlackHoleServer(QObject *parent)
 {
     // Accepted sockets stay open, children of the server, until it goes.
     connect(this, &QTcpServer::newConnection, this, [this] {
-        while (QTcpSocket *socket = nextPendingConnection()) {
+        while (QTcpSocket *socket = nextPendingConnection())
             socket->setParent(this);
-            ++m_accepted;
-        }
     });
 }
 

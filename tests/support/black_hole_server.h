@@ -2,8 +2,6 @@
 
 #include <QTcpServer>
 
-class QTcpSocket;
-
 // Accepts connections on 127.0.0.1 and never says a word: a server that connects but does
 // not answer.
 class BlackHoleServer : public QTcpServer
@@ -14,8 +12,4 @@ public:
     explicit BlackHoleServer(QObject *parent = nullptr);
     bool start();  // a free port on 127.0.0.1
     QString url() const;  // ftp://dorvala@127.0.0.1:<port>/
-    int accepted() const { return m_accepted; }
-
-private:
-    int m_accepted = 0;
 };

@@ -76,11 +76,6 @@ void FtpServer::stop()
     m_port = 0;
 }
 
-bool FtpServer::isRunning() const
-{
-    return m_process.state() == QProcess::Running;
-}
-
 QString FtpServer::url() const
 {
     return QStringLiteral("ftp://dorvala@127.0.0.1:%1/").arg(m_port);

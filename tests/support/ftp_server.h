@@ -17,9 +17,7 @@ public:
     // Starts the server and waits until it listens; false (see error()) if it does not.
     bool start(int timeoutMs = 20000);
     void stop();
-    bool isRunning() const;
 
-    quint16 port() const { return m_port; }
     // For DORVALA_FTP_URL: ftp://dorvala@127.0.0.1:<port>/
     QString url() const;
     // The folder the account sees: one file per registry entry.

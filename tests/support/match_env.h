@@ -12,7 +12,6 @@ public:
 
     bool isValid() const { return m_driveC.isValid() && m_port != 0; }
     quint16 port() const { return m_port; }
-    QString driveC() const { return m_driveC.path(); }
     QString scoreFile() const;
 
     // A port nobody listens on right now (bound to 127.0.0.1 and released again).

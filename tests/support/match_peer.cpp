@@ -9,10 +9,7 @@ MatchPeer::MatchPeer(QObject *parent)
     : QObject(parent)
 {
     connect(&m_socket, &QTcpSocket::readyRead, this, [this] {
-        const QByteArray bytes = m_socket.readAll();
-        received += bytes;
-        messages << WireMessage::decode(bytes);
-        emit arrived(messages.last());
+        messages << WireMessage::decode(m_socket.readAll());
     });
 }
 

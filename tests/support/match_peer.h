@@ -20,10 +20,6 @@ public:
 
     // Everything received so far, one entry per arrival, decoded from the code page.
     QStringList messages;
-    QByteArray received;
-
-signals:
-    void arrived(const QString &message);
 
 private:
     QTcpSocket m_socket;
