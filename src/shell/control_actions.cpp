@@ -160,11 +160,15 @@ QJsonObject state(MatchScreen *screen)
 
 QJsonObject hostList(const QComboBox *list)
 {
-    // A registry can list thousands: the first few tell what kind of entries they are.
+    // A registry can list thousands, and names of any length: the first few, cut short,
+    // tell what kind of entries they are, and the answer stays one short line.
     constexpr int Shown = 5;
+    constexpr int Longest = 100;
     QJsonArray items;
-    for (int i = 0; i < qMin(list->count(), Shown); ++i)
-        items.append(list->itemText(i));
+    for (int i = 0; i < qMin(list->count(), Shown); ++i) {
+        const QString text = list->itemText(i);
+        items.append(text.size() > Longest ? text.left(Longest) + QStringLiteral("...") : text);
+    }
     return {{QStringLiteral("count"), list->count()}, {QStringLiteral("items"), items}};
 }
 

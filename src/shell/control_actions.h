@@ -29,7 +29,7 @@ QString shot(MatchScreen *screen, const QString &file);
 // Xname, enabled (all nine points), connected, the Send and Restart buttons, the two
 // chat bubbles' texts and the status line under the buttons.
 QJsonObject state(MatchScreen *screen);
-// A host list at a glance: how many entries, and the first few.
+// A host list at a glance: how many entries, and the first few (long ones cut, "..." added).
 QJsonObject hostList(const QComboBox *list);
 
 } // namespace ControlActions

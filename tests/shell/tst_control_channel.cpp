@@ -1,3 +1,4 @@
+#include "shell/control_actions.h"
 #include "shell/control_channel.h"
 #include "shell/screens.h"
 
@@ -5,6 +6,7 @@
 
 #include "support/match_env.h"
 
+#include <QComboBox>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -98,6 +100,21 @@ private slots:
         QCOMPARE(box.exec(), int(QMessageBox::Ok));
         QCOMPARE(m_host.events("box"), QStringList{"Judul: Ada masalah"});
         QCOMPARE(m_host.lines.last(), QStringLiteral("ok dismiss OK"));
+    }
+
+    void hostListStaysShort()
+    {
+        // What a registry lists reaches the state line: thousands of names, or a huge one.
+        QComboBox list;
+        list.addItem(QString(5000, u'x'));
+        for (int i = 0; i < 1000; ++i)
+            list.addItem(QStringLiteral("127.0.0.%1").arg(i));
+        const QJsonObject shown = ControlActions::hostList(&list);
+        QCOMPARE(shown.value("count").toInt(), 1001);
+        const QJsonArray items = shown.value("items").toArray();
+        QCOMPARE(items.size(), 5);
+        QCOMPARE(items.at(0).toString(), QString(100, u'x') + QStringLiteral("..."));
+        QCOMPARE(items.at(4).toString(), QStringLiteral("127.0.0.3"));
     }
 
     void overlayTakesTheClickBeforeAJoinerComes()
