@@ -1,9 +1,9 @@
 #include "board/score_file.h"
 #include "platform/rtf_document.h"
+#include "support/test_files.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -35,19 +35,6 @@ void writeTotalsUntilKilled(const QString &path)
         }
     }
     std::exit(0);
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeAll(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
 }
 
 } // namespace
@@ -91,12 +78,12 @@ void TestScoreFile::keepsEveryChange()
 {
     ScoreFile score(m_path);
     QCOMPARE(score.load(), ScoreFile::LoadResult::Created);
-    QCOMPARE(readAll(m_path), RtfDocument::write(QStringLiteral("0")));
+    QCOMPARE(TestFiles::read(m_path), RtfDocument::write(QStringLiteral("0")));
     QVERIFY(score.add(3));
     QCOMPARE(RtfDocument::load(m_path), QStringLiteral("3"));
     QVERIFY(score.add(-4));
     QCOMPARE(score.text(), QStringLiteral("-1"));
-    QCOMPARE(readAll(m_path), RtfDocument::write(QStringLiteral("-1")));
+    QCOMPARE(TestFiles::read(m_path), RtfDocument::write(QStringLiteral("-1")));
 
     ScoreFile again(m_path);
     QCOMPARE(again.load(), ScoreFile::LoadResult::Loaded);
@@ -116,7 +103,7 @@ void TestScoreFile::loads_data()
 void TestScoreFile::loads()
 {
     QFETCH(QByteArray, bytes);
-    writeAll(m_path, bytes);
+    QVERIFY(TestFiles::write(m_path, bytes));
     ScoreFile score(m_path);
     QCOMPARE(score.load(), ScoreFile::LoadResult::Loaded);
     QTEST(score.text(), "total");
@@ -135,14 +122,14 @@ void TestScoreFile::damagedIsSetAside_data()
 void TestScoreFile::damagedIsSetAside()
 {
     QFETCH(QByteArray, bytes);
-    writeAll(m_path, bytes);
+    QVERIFY(TestFiles::write(m_path, bytes));
     ScoreFile score(m_path);
     QCOMPARE(score.load(), ScoreFile::LoadResult::Damaged);
     QCOMPARE(score.text(), QStringLiteral("0"));
     QCOMPARE(score.notice(), QStringLiteral("Berkas skor rusak; salinannya disimpan sebagai "
                                            "dvq.rusak dan total dimulai dari 0."));
-    QVERIFY(readAll(m_path + QStringLiteral(".rusak")) == bytes);
-    QCOMPARE(readAll(m_path), RtfDocument::write(QStringLiteral("0")));
+    QVERIFY(TestFiles::read(m_path + QStringLiteral(".rusak")) == bytes);
+    QCOMPARE(TestFiles::read(m_path), RtfDocument::write(QStringLiteral("0")));
 
     ScoreFile again(m_path);
     QCOMPARE(again.load(), ScoreFile::LoadResult::Loaded);
@@ -150,13 +137,13 @@ void TestScoreFile::damagedIsSetAside()
 
 void TestScoreFile::earlierCopyIsKept()
 {
-    writeAll(m_path + QStringLiteral(".rusak"), "first");
-    writeAll(m_path, "second");
+    QVERIFY(TestFiles::write(m_path + QStringLiteral(".rusak"), "first"));
+    QVERIFY(TestFiles::write(m_path, "second"));
     ScoreFile score(m_path);
     QCOMPARE(score.load(), ScoreFile::LoadResult::Damaged);
     QVERIFY(score.notice().contains(QStringLiteral("dvq.rusak2")));
-    QCOMPARE(readAll(m_path + QStringLiteral(".rusak")), QByteArray("first"));
-    QCOMPARE(readAll(m_path + QStringLiteral(".rusak2")), QByteArray("second"));
+    QCOMPARE(TestFiles::read(m_path + QStringLiteral(".rusak")), QByteArray("first"));
+    QCOMPARE(TestFiles::read(m_path + QStringLiteral(".rusak2")), QByteArray("second"));
 }
 
 void TestScoreFile::unreadableIsLeftAlone()
@@ -190,7 +177,7 @@ void TestScoreFile::neverHalfWritten()
         writer.kill();
         QVERIFY(writer.waitForFinished(30000));
 
-        const QByteArray bytes = readAll(m_path);
+        const QByteArray bytes = TestFiles::read(m_path);
         bool ok = false;
         const qint64 total = RtfDocument::readText(bytes).toLongLong(&ok);
         QVERIFY2(ok, bytes.left(200).constData());

@@ -1,8 +1,8 @@
 #include "match/match_cues.h"
 #include "platform/sound_cue.h"
+#include "support/test_files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -14,15 +14,8 @@ const QStringList fileTexts{"/WIN.wav", "/MeC.WAV", "/MeX.wav", "/MEI.wav",
 // A program folder holding the cue files; `leaveOut` is not copied.
 bool fillFolder(const QString &folder, const QString &leaveOut = QString())
 {
-    const QString source = QStringLiteral(DORVALA_BIN_DIR "/WIN.wav");
     for (const QString &text : fileTexts) {
-        if (text == leaveOut)
-            continue;
-        QFile file(folder + text);
-        // Any readable file will do when the build's own wave files are not there yet:
-        // opening only needs a readable file, and nothing here can hear the sound.
-        if (QFile::exists(source) ? !QFile::copy(source, folder + text)
-                                  : !(file.open(QIODevice::WriteOnly) && file.write("RIFF") == 4))
+        if (text != leaveOut && !TestFiles::writeCue(folder + text))
             return false;
     }
     return true;

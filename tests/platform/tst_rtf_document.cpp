@@ -1,4 +1,5 @@
 #include "platform/rtf_document.h"
+#include "support/test_files.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -24,11 +25,6 @@ QByteArray document(const QByteArray &body)
     return header + body + "\\par\r\n}\r\n";
 }
 
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 } // namespace
 
@@ -258,13 +254,11 @@ void TestRtfDocument::savesAndLoads()
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("dvq"));
     // A longer old file is replaced whole, not overwritten in place.
-    QVERIFY(writeFile(path, QByteArray(5000, 'x')));
+    QVERIFY(TestFiles::write(path, QByteArray(5000, 'x')));
     QString error = QStringLiteral("stale");
     QVERIFY(RtfDocument::save(path, text, &error));
     QVERIFY(error.isEmpty());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), RtfDocument::write(text));
+    QCOMPARE(TestFiles::read(path), RtfDocument::write(text));
     RtfDocument::LoadStatus status = RtfDocument::LoadStatus::Missing;
     QCOMPARE(RtfDocument::load(path, &status), text);
     QCOMPARE(status, RtfDocument::LoadStatus::Ok);
@@ -300,12 +294,12 @@ void TestRtfDocument::loadTellsMissingFromUnreadable()
     QCOMPARE(status, Status::Unreadable);
 
     const QString big = dir.filePath(QStringLiteral("big"));
-    QVERIFY(writeFile(big, RtfDocument::write(QString(2 * 1024 * 1024, u'9'))));
+    QVERIFY(TestFiles::write(big, RtfDocument::write(QString(2 * 1024 * 1024, u'9'))));
     QCOMPARE(RtfDocument::load(big, &status), QString());
     QCOMPARE(status, Status::Unreadable);
 
     const QString empty = dir.filePath(QStringLiteral("empty"));
-    QVERIFY(writeFile(empty, QByteArray()));
+    QVERIFY(TestFiles::write(empty, QByteArray()));
     QCOMPARE(RtfDocument::load(empty, &status), QString());
     QCOMPARE(status, Status::Ok);
 
@@ -317,7 +311,7 @@ void TestRtfDocument::loadTellsMissingFromUnreadable()
     QCOMPARE(status, Status::Unreadable);
 
     const QString locked = dir.filePath(QStringLiteral("locked"));
-    QVERIFY(writeFile(locked, RtfDocument::write(QStringLiteral("1"))));
+    QVERIFY(TestFiles::write(locked, RtfDocument::write(QStringLiteral("1"))));
     QVERIFY(QFile::setPermissions(locked, QFileDevice::Permissions()));
     if (::geteuid() != 0) {
         QCOMPARE(RtfDocument::load(locked, &status), QString());

@@ -1,37 +1,9 @@
 #include "platform/sound_cue.h"
+#include "support/test_files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
-
-namespace {
-
-// The program's own cue when the build has copied it, else a tiny tone made here.
-bool provideWave(const QString &path)
-{
-    const QString shipped = QStringLiteral(DORVALA_BIN_DIR "/WIN.wav");
-    if (QFile::exists(shipped))
-        return QFile::copy(shipped, path);
-    QByteArray pcm;
-    for (int i = 0; i < 800; ++i) {
-        const qint16 sample = (i / 10) % 2 ? 6000 : -6000;
-        pcm.append(reinterpret_cast<const char *>(&sample), 2);
-    }
-    auto le = [](quint32 value, int bytes) {
-        QByteArray out;
-        for (int i = 0; i < bytes; ++i)
-            out.append(char((value >> (8 * i)) & 0xFF));
-        return out;
-    };
-    const QByteArray wave = "RIFF" + le(36 + pcm.size(), 4) + "WAVEfmt " + le(16, 4) + le(1, 2)
-                            + le(1, 2) + le(8000, 4) + le(16000, 4) + le(2, 2) + le(16, 2)
-                            + "data" + le(pcm.size(), 4) + pcm;
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(wave) == wave.size();
-}
-
-} // namespace
 
 class TestSoundCue : public QObject
 {
@@ -55,7 +27,7 @@ void TestSoundCue::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     m_wave = m_dir.filePath(QStringLiteral("WIN.wav"));
-    QVERIFY(provideWave(m_wave));
+    QVERIFY(TestFiles::writeCue(m_wave));
 }
 
 // Every "play" counts, heard or not: a cue that cannot sound stays silent, never fails. The

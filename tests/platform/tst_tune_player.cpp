@@ -1,4 +1,5 @@
 #include "platform/tune_player.h"
+#include "support/test_files.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -24,19 +25,11 @@ QByteArray tinyMidi()
     return midi + track;
 }
 
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 // The loudest 16-bit sample of a PCM wave file, or -1 when it is not one.
 int peak(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return -1;
-    const QByteArray wave = file.readAll();
+    const QByteArray wave = TestFiles::read(path);
     if (!wave.startsWith("RIFF") || wave.mid(8, 4) != "WAVE")
         return -1;
     qsizetype at = 12;
@@ -83,7 +76,7 @@ void TestTunePlayer::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     m_midi = m_dir.filePath(QStringLiteral("AB.MID"));
-    QVERIFY(writeFile(m_midi, tinyMidi()));
+    QVERIFY(TestFiles::write(m_midi, tinyMidi()));
 }
 
 void TestTunePlayer::rendersAudibleTune_data()
@@ -127,7 +120,7 @@ void TestTunePlayer::renderFailsCleanly()
 {
     QFETCH(QString, midi);
     QFETCH(QByteArray, soundFont);
-    QVERIFY(writeFile(m_dir.filePath(QStringLiteral("text.mid")), "just some text\n"));
+    QVERIFY(TestFiles::write(m_dir.filePath(QStringLiteral("text.mid")), "just some text\n"));
     if (!soundFont.isEmpty())
         qputenv("DORVALA_SOUNDFONT", QFile::encodeName(m_dir.filePath(QString::fromLatin1(soundFont))));
     const auto restore = qScopeGuard([] { qunsetenv("DORVALA_SOUNDFONT"); });

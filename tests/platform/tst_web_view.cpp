@@ -1,8 +1,8 @@
 #include "platform/web_view.h"
+#include "support/test_files.h"
 #include "support/match_env.h"
 
 #include <QDesktopServices>
-#include <QFile>
 #include <QImage>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -16,11 +16,6 @@ namespace {
 
 constexpr int waitLimit = 30000;
 
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 } // namespace
 
@@ -55,7 +50,7 @@ private:
 void TestWebView::initTestCase()
 {
     QVERIFY(m_dir.isValid());
-    QVERIFY(writeFile(m_dir.filePath(QStringLiteral("index.html")),
+    QVERIFY(TestFiles::write(m_dir.filePath(QStringLiteral("index.html")),
                       "<html><body><p>Halaman pembuat</p><img src=\"logo.png\">"
                       "<a href=\"next.html\">lanjut</a></body></html>"));
     QImage logo(8, 8, QImage::Format_RGB32);
