@@ -9,11 +9,8 @@
 #include "support/match_peer.h"
 
 #include <QElapsedTimer>
-#include <QHostAddress>
 #include <QLabel>
 #include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 #include <QTextEdit>
 #include <QTimer>
@@ -172,14 +169,11 @@ void TestMatchHostile::peerVanishesMidMove()
 void TestMatchHostile::joinTakesAbuse()
 {
     F f;
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost, f.env.port()));
+    MatchPeer host;
+    QVERIFY(host.listen(f.env.port()));
     JoinScreen *join = f.openJoin(QStringLiteral("Bob"));
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), 10000);
-    QTcpSocket *socket = server.nextPendingConnection();
-    QStringList got;
-    connect(socket, &QTcpSocket::readyRead, socket, [&] { got << QString::fromLatin1(socket->readAll()); });
-    auto send = [&](const QByteArray &bytes) { socket->write(bytes); };
+    QTRY_VERIFY_WITH_TIMEOUT(host.isConnected(), 10000);
+    auto send = [&host](const QByteArray &bytes) { host.sendRaw(bytes); };
 
     send("O<b>Ani</b>" + QByteArray(1 << 20, 'n'));
     QTRY_VERIFY_WITH_TIMEOUT(join->lastMessage().endsWith(u'n'), 20000);
@@ -194,7 +188,7 @@ void TestMatchHostile::joinTakesAbuse()
     QVERIFY(!F::visible(join, "Omsg"));
 
     // Every answer the joiner gave was a Score (or its name); nothing else leaked out.
-    for (const QString &reply : std::as_const(got))
+    for (const QString &reply : std::as_const(host.messages))
         QVERIFY2(reply.startsWith(u'$') || reply == QLatin1String("XBob"), qPrintable(reply.left(40)));
 
     verifyResponsive(join, send);

@@ -6,7 +6,6 @@
 #include "support/match_fixture.h"
 #include "support/match_peer.h"
 
-#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -70,22 +69,8 @@ void TestMatchPlay::hostOpening()
 void TestMatchPlay::joinOpening()
 {
     F f;
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost, f.env.port()));
-    // The reader is attached the moment the joiner is accepted, so each arrival is seen alone.
-    QElapsedTimer clock;
-    QTcpSocket *raw = nullptr;
-    QStringList got;
-    qint64 nameAfter = -1;
-    connect(&server, &QTcpServer::newConnection, &server, [&] {
-        raw = server.nextPendingConnection();
-        clock.start();
-        connect(raw, &QTcpSocket::readyRead, raw, [&] {
-            got << QString::fromLatin1(raw->readAll());
-            if (got.last().startsWith(u'X'))
-                nameAfter = clock.elapsed();
-        });
-    });
+    MatchPeer host;
+    QVERIFY(host.listen(f.env.port()));
     JoinScreen *join = f.openJoin(QStringLiteral("Bob"));
     QCOMPARE(join->windowTitle(), QStringLiteral("Dorvala Online :: CLient IP : 127.0.0.1"));
     QVERIFY(!F::enabled(join, "A1"));
@@ -93,17 +78,16 @@ void TestMatchPlay::joinOpening()
     QVERIFY(!F::visible(join, "infox"));
     QCOMPARE(F::text(join, "infox"), QStringLiteral("Kamu Kalah!"));
 
-    QTRY_VERIFY_WITH_TIMEOUT(raw, 10000);
-    QTRY_COMPARE_WITH_TIMEOUT(got.size(), 2, 10000);
-    QCOMPARE(got, (QStringList{QStringLiteral("$0"), QStringLiteral("XBob")}));
-    QVERIFY2(nameAfter >= 800, qPrintable(QString::number(nameAfter)));
+    QTRY_COMPARE_WITH_TIMEOUT(host.messages.size(), 2, 10000);
+    QCOMPARE(host.messages, (QStringList{QStringLiteral("$0"), QStringLiteral("XBob")}));
+    QVERIFY2(host.arrivedAfter.at(1) >= 800, qPrintable(QString::number(host.arrivedAfter.at(1))));
 
-    raw->write("OAni");
+    host.sendRaw("OAni");
     QTRY_COMPARE_WITH_TIMEOUT(F::text(join, "Oname"), QStringLiteral("Ani"), 10000);
-    raw->write("$4");
+    host.sendRaw("$4");
     QTRY_COMPARE_WITH_TIMEOUT(F::text(join, "WRL2"), QStringLiteral("4"), 10000);
     QTest::qWait(200);
-    QCOMPARE(got.size(), 2);  // the joiner does not answer a Score
+    QCOMPARE(host.messages.size(), 2);  // the joiner does not answer a Score
 }
 
 void TestMatchPlay::wholeMatch()
