@@ -217,6 +217,7 @@ void Screens::endProgram()
 
 void Screens::closeAllAndQuit()
 {
+    m_quitting = true;
     // Held while the screens close: the last window to close would otherwise end the event
     // loop by itself, before a withdrawal still to be started (below) has started.
     auto hold = std::make_unique<QEventLoopLocker>();
@@ -280,6 +281,10 @@ void Screens::reloadLobbyHidden()
 
 void Screens::startHost(const QString &name, QPoint position, bool place)
 {
+    // A quit can come while "Mulai" still waits (for the registry, or on a message box); a
+    // host opened after it would publish itself on the way out and stay listed.
+    if (m_quitting)
+        return;
     HostScreen *screen = host();
     if (place)
         screen->move(position);
@@ -289,6 +294,8 @@ void Screens::startHost(const QString &name, QPoint position, bool place)
 
 void Screens::startJoin(const QString &name, QPoint position, bool place)
 {
+    if (m_quitting)
+        return;
     JoinScreen *screen = Join();
     if (place)
         screen->move(position);

@@ -68,6 +68,7 @@ public:
     void showLobby();
     void reloadLobbyHidden();
     // The match screens as the setup screen opens them; `place` puts them at `position`.
+    // Nothing opens once closeAllAndQuit has run.
     void startHost(const QString &name, QPoint position, bool place);
     void startJoin(const QString &name, QPoint position, bool place);
 
@@ -82,6 +83,7 @@ private:
     void host_Closing(const QString &localAddress);
 
     bool m_ending = false;
+    bool m_quitting = false;
 
     QPointer<TitleScreen> m_openi;
     QPointer<LoginScreen> m_login;

@@ -33,6 +33,18 @@ private slots:
         m_join.reset();
     }
 
+    void quitAtOnceLeavesNothingListed()
+    {
+        // "quit" is waiting in the input before the program's first turn of its event loop,
+        // which is when the quick start opens the host screen.
+        auto early = start(QStringLiteral("early"), {"--host", "--name", "Budi"}, m_hostDrive.path());
+        early->command(QStringLiteral("quit"));
+        early->closeInput();
+        QTRY_VERIFY_WITH_TIMEOUT(early->hasFinished(), 30000);
+        QCOMPARE(early->exitCode(), 0);
+        QVERIFY(!m_ftp.entries().contains("127.0.0.1"));
+    }
+
     void bothStartAndConnect()
     {
         m_host = start(QStringLiteral("host"), {"--host", "--name", "Budi"}, m_hostDrive.path());
