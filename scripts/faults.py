@@ -786,6 +786,33 @@ def ended_while_publishing(run, o):
     o.check("kept", score_in(drive) == "5", "score file still 5")
 
 
+def quit_while_starting(run, o):
+    registry = Registry(run)
+    drive = run.drive("early", "5")
+    runs = 5
+    o.done = ("`--host` with \"quit\" already waiting on its input, so it comes while the quick "
+              "start still waits for the registry; %d times" % runs)
+    statuses, opened, left = [], 0, 0
+    for i in range(runs):
+        player = Player(run, "early-%d" % i, ["--host", "--name", "Budi"], drive,
+                        {"DORVALA_FTP_URL": registry.url})
+        began = time.monotonic()
+        status = player.quit()
+        statuses.append((status, time.monotonic() - began))
+        opened += bool(player.events("screen"))
+        if "127.0.0.1" in registry.entries():
+            left += 1
+            os.remove(os.path.join(registry.root, "127.0.0.1"))
+        player.close()
+    o.check("program", all(s == 0 and t < 6 for s, t in statuses),
+            "every run ends with exit 0 within %.1f s" % max(t for _, t in statuses))
+    o.note("screen", "a host screen opened in %d of %d runs (quit before or after the quick "
+                     "start's wait)" % (opened, runs))
+    o.check("kept", left == 0, "no entry left in the registry (%d of %d runs left one)"
+            % (left, runs))
+    o.check("kept", score_in(drive) == "5", "score file still 5")
+
+
 def registry_down(run, o):
     port = free_port()  # nothing listens there
     drive = run.drive("down", "5")
@@ -1283,6 +1310,7 @@ ROWS = [
     ("8", "10 MB in one message from a peer", huge_message),
     ("9", "match port already taken when hosting", port_taken),
     ("9b", "host ended (SIGTERM) while its registry upload is under way", ended_while_publishing),
+    ("9c", "quit while the program is still starting", quit_while_starting),
     ("10", "drive-C folder read-only", read_only_drive),
     ("11", "score file hand-edited to text", score_text),
     ("12", "score file of 10 MB", score_huge),
