@@ -1359,6 +1359,8 @@ def main():
 
     try:
         for number, fault, function in chosen:
+            if function is killed_while_saving:
+                fault = "SIGKILL %d times during score saves" % args.kills
             outcome = Outcome(number, fault)
             print("row %s: %s ..." % (number, fault), file=sys.stderr, flush=True)
             if function is killed_while_saving:
