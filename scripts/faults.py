@@ -823,7 +823,8 @@ def registry_down(run, o):
     state = answers(o, player)
     o.check("screen", box == BUSY_BOX, 'box "%s"' % short(box or "none", 60))
     o.check("screen", state.get("screens") == ["openi"],
-            "the title screen stays for another try (shown: %s)" % state.get("screens"))
+            "the title screen stays for another try (shown: %s)"
+            % ", ".join(state.get("screens") or ["nothing"]))
     o.check("kept", player.events("screen") == [], "no match screen opened, nothing published")
     ends_as_designed(o, player)
     o.check("kept", score_in(drive) == "5", "score file still 5")
