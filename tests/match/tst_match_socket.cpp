@@ -99,11 +99,13 @@ void TestMatchSocket::sendsAtOnceAndReportsOnlyPeerClose()
     QTRY_VERIFY_WITH_TIMEOUT(host.isConnected(), 10000);
     // Messages are a few bytes and often follow one another before the peer acknowledges
     // (a total, then the opening move): both ends send at once rather than hold them back
-    // for an acknowledgement the peer may delay by up to 40 ms.
+    // for an acknowledgement the peer may delay by up to 40 ms. Both probe a silent peer,
+    // so that a vanished machine ends the match instead of leaving it waiting for ever.
     for (MatchSocket *end : {&host, &join}) {
         auto *tcp = end->findChild<QTcpSocket *>(QString(), Qt::FindDirectChildrenOnly);
         QVERIFY(tcp);
         QCOMPARE(tcp->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
+        QCOMPARE(tcp->socketOption(QAbstractSocket::KeepAliveOption).toInt(), 1);
     }
 
     QSignalSpy hostSawClose(&host, &MatchSocket::peerClosed);
