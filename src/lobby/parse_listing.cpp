@@ -2,6 +2,10 @@
 
 namespace {
 
+// No file system holds a longer file name, so no registry entry can be longer: a longer
+// line comes from a broken or hostile server and would only weigh on the host list.
+constexpr qsizetype LongestName = 255;
+
 // Only the blank (space) counts: a tab or any other character makes a line worth taking.
 bool onlyBlanks(QStringView line)
 {
@@ -29,7 +33,8 @@ QStringList ParseListing(const QString &response)
         line.append(text.mid(run, i - run));
         run = i + 1;
         if (c == u'\r' && !onlyBlanks(line)) {
-            lines.append(line);
+            if (line.size() <= LongestName)
+                lines.append(line);
             line.clear();
         }
     }

@@ -10,7 +10,8 @@ namespace {
 
 // A hostile or broken server must not be able to fill the memory with one "listing" or one
 // endless reply line.
-constexpr qsizetype MaxListingBytes = 64 * 1024 * 1024;
+// 8 MB are some 470,000 addresses.
+constexpr qsizetype MaxListingBytes = 8 * 1024 * 1024;
 constexpr qsizetype MaxReplyLineBytes = 64 * 1024;
 
 bool isDigit(char c)

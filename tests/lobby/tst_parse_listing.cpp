@@ -36,6 +36,9 @@ void TestParseListing::parse_data()
         << QStringLiteral(" \r \r\nx\r") << QStringList{"  x"};
     QTest::newRow("a tab is not a blank") << QStringLiteral("\t\r10.0.0.9\r")
                                           << QStringList{"\t", "10.0.0.9"};
+    QTest::newRow("a line longer than any file name is dropped")
+        << QString(QString(256, u'7') + QStringLiteral("\r\n") + QString(255, u'9') + u'\r')
+        << QStringList{QString(255, u'9')};
     QTest::newRow("LF inside a name is dropped") << QStringLiteral("10.0\n.0.7\r\n")
                                                  << QStringList{"10.0.0.7"};
     QTest::newRow("LF CR order") << QStringLiteral("a\n\rb\n\r") << QStringList{"a", "b"};
