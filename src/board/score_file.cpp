@@ -4,8 +4,11 @@
 #include "platform/rtf_document.h"
 #include "platform/settings.h"
 
+#include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 ScoreFile::ScoreFile(const QString &path)
     : m_path(path)
@@ -21,6 +24,7 @@ ScoreFile::LoadResult ScoreFile::load()
 {
     m_text = QStringLiteral("0");
     m_notice.clear();
+    removeStaleSaves();
 
     const QFileInfo info(m_path);
     if (info.exists() && info.isFile() && info.size() > MaxDocumentSize)
@@ -44,6 +48,25 @@ ScoreFile::LoadResult ScoreFile::load()
         return setAsideDamaged();
     m_text = TotalText::write(*total);
     return LoadResult::Loaded;
+}
+
+// A save writes a temporary "dvq.XXXXXX" beside the file and renames it over the file; a
+// program killed between the two leaves the temporary behind. One older than a minute is
+// no save under way (another program on the same folder may be saving this moment). The
+// copies of a damaged file ("dvq.rusak2" ...) have names of the same shape and stay.
+void ScoreFile::removeStaleSaves() const
+{
+    const QFileInfo info(m_path);
+    const QRegularExpression leftover(
+        QStringLiteral("^%1\\.(?!rusak)[A-Za-z0-9]{6}$")
+            .arg(QRegularExpression::escape(info.fileName())));
+    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-60);
+    const QFileInfoList candidates =
+        info.dir().entryInfoList({info.fileName() + QStringLiteral(".??????")}, QDir::Files);
+    for (const QFileInfo &candidate : candidates) {
+        if (leftover.match(candidate.fileName()).hasMatch() && candidate.lastModified() < before)
+            QFile::remove(candidate.filePath());
+    }
 }
 
 ScoreFile::LoadResult ScoreFile::setAsideDamaged()

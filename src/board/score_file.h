@@ -37,6 +37,7 @@ public:
 
 private:
     LoadResult setAsideDamaged();
+    void removeStaleSaves() const;
 
     QString m_path;
     QString m_text = QStringLiteral("0");

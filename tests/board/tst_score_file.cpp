@@ -54,6 +54,7 @@ private slots:
     void earlierCopyIsKept();
     void unreadableIsLeftAlone();
     void neverHalfWritten();
+    void staleSavesAreRemoved();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -185,6 +186,32 @@ void TestScoreFile::neverHalfWritten()
         QVERIFY2(total > last, qPrintable(QStringLiteral("round %1: %2 after %3").arg(round).arg(total).arg(last)));
         last = total;
     }
+}
+
+// What a save killed before its rename leaves behind goes; everything else stays.
+void TestScoreFile::staleSavesAreRemoved()
+{
+    const QDateTime old = QDateTime::currentDateTimeUtc().addSecs(-3600);
+    const struct { const char *name; bool old; bool kept; } files[] = {
+        {"dvq.aB3xY9", true, false},
+        {"dvq.Qw12Er", false, true},   // a save under way in another program
+        {"dvq.rusak", true, true},
+        {"dvq.rusak2", true, true},
+        {"dvq.a-3xY9", true, true},
+        {"dvq2.aB3xY9", true, true},
+    };
+    for (const auto &file : files) {
+        const QString path = m_dir->filePath(QString::fromLatin1(file.name));
+        TestFiles::write(path, "x");
+        QFile handle(path);
+        QVERIFY(handle.open(QIODevice::ReadWrite));
+        if (file.old)
+            QVERIFY(handle.setFileTime(old, QFileDevice::FileModificationTime));
+    }
+    ScoreFile(m_path).load();
+    for (const auto &file : files)
+        QVERIFY2(QFileInfo::exists(m_dir->filePath(QString::fromLatin1(file.name))) == file.kept,
+                 file.name);
 }
 
 QTEST_GUILESS_MAIN(TestScoreFile)
