@@ -4,6 +4,7 @@
 #include "ftp_transfer_driver.h"
 #include "settings.h"
 
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QPointer>
 #include <QTimer>
@@ -190,17 +191,22 @@ void FtpTransfer::Cancel()
 
 bool FtpTransfer::waitForPending(int ms)
 {
+    const QDeadlineTimer deadline(qMax(0, ms));
     const QPointer<FtpTransferDriver> driver = FtpTransferDriver::existing();
-    if (!driver || driver->pendingWrites() == 0)
-        return true;
-    QEventLoop loop;
-    QTimer deadline;
-    deadline.setSingleShot(true);
-    connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
-    connect(driver, &FtpTransferDriver::writesFinished, &loop, &QEventLoop::quit);
-    deadline.start(qMax(0, ms));
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
-    return !driver || driver->pendingWrites() == 0;
+    while (driver && !driver->idle()) {
+        if (deadline.hasExpired())
+            return false;
+        // The reports of finished transfers are delivered too: one of them may start the
+        // next write (a delete that waited for its entry's upload).
+        QEventLoop loop;
+        QTimer timeout;
+        timeout.setSingleShot(true);
+        connect(&timeout, &QTimer::timeout, &loop, &QEventLoop::quit);
+        connect(driver, &FtpTransferDriver::writesFinished, &loop, &QEventLoop::quit);
+        timeout.start(int(qMin<qint64>(deadline.remainingTime(), 50)));
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
+    return true;
 }
 
 void FtpTransfer::report(quint64 job, int state, int error, const QString &errorText,

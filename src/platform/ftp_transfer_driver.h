@@ -40,6 +40,8 @@ public:
     void release(quint64 job);
     // Uploads and deletes under way.
     int pendingWrites() const;
+    // No write under way and no report waiting for delivery.
+    bool idle() const { return pendingWrites() == 0 && m_reports.empty(); }
 
 signals:
     void writesFinished();

@@ -383,6 +383,20 @@ void TestFtpTransfer::destroyedMidTransfer()
     QVERIFY(FtpTransfer::waitForPending(Patience));
     QCOMPARE(m_server.entries(), QStringList{"127.0.0.8"});
     QVERIFY(FtpTransfer::waitForPending(0));
+
+    // A write started from the report of the one before (a withdrawal that waited for its
+    // entry's upload) is waited for as well.
+    FtpTransfer upload;
+    FtpTransfer withdrawal;
+    configure(upload, m_server.url());
+    configure(withdrawal, m_server.url());
+    connect(&upload, &FtpTransfer::StateChanged, this, [&withdrawal](int state) {
+        if (state == FtpTransfer::ResponseCompleted)
+            withdrawal.Execute(QStringLiteral("DELETE 127.0.0.8"));
+    });
+    QVERIFY(upload.Execute(QStringLiteral("PUT C:/127.0.0.8 127.0.0.8")));
+    QVERIFY(FtpTransfer::waitForPending(Patience));
+    QCOMPARE(m_server.entries(), QStringList{});
 }
 
 QTEST_GUILESS_MAIN(TestFtpTransfer)
