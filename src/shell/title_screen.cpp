@@ -7,6 +7,7 @@
 #include "platform/settings.h"
 #include "platform/web_view.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QTimer>
@@ -67,10 +68,6 @@ TitleScreen::TitleScreen(Screens &screens)
     m_label1->setWordWrap(true);
     m_label1->setAlignment(Qt::AlignLeft | Qt::AlignTop);
 
-    m_wb = new WebView(this);
-    m_wb->setObjectName(QStringLiteral("WB"));
-    m_wb->setGeometry(360, 150, 256, 240);
-
     m_play = new ImageButton(QStringLiteral("T1"), QStringLiteral("Play"), QStringLiteral("Mulai"),
                              {20, 360, 100, 41}, this);
     m_about = new ImageButton(QStringLiteral("T3"), QStringLiteral("About"),
@@ -85,6 +82,7 @@ TitleScreen::TitleScreen(Screens &screens)
     m_dk->raise();
     // The splash paints every pixel: nothing under it is painted while it shows.
     m_dk->setAttribute(Qt::WA_OpaquePaintEvent);
+    m_dk->installEventFilter(this);
 
     m_timer1->setObjectName(QStringLiteral("Timer1"));
     m_timer1->setInterval(4000);
@@ -94,11 +92,34 @@ TitleScreen::TitleScreen(Screens &screens)
 
 void TitleScreen::Form_Load()
 {
+    m_loaded = true;
+}
+
+// The maker page comes once the splash has been drawn, and at the latest when the splash
+// goes: nobody sees it under the splash, and a text browser with its page costs the first
+// frame some 8 ms and 4 MB.
+void TitleScreen::openMakerPage()
+{
+    if (m_wb || !m_loaded)
+        return;
+    m_wb = new WebView(this);
+    m_wb->setObjectName(QStringLiteral("WB"));
+    m_wb->setGeometry(360, 150, 256, 240);
+    m_wb->stackUnder(m_dk);
+    m_wb->show();
     m_wb->navigate(QUrl(Settings::makerUrl()));
+}
+
+bool TitleScreen::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_dk && event->type() == QEvent::Paint && !m_wb)
+        QTimer::singleShot(0, this, &TitleScreen::openMakerPage);
+    return QWidget::eventFilter(watched, event);
 }
 
 void TitleScreen::Timer1_Timer()
 {
+    openMakerPage();
     if (m_back->pixmap().isNull())
         m_back->setPixmap(PictureStore::picture(QStringLiteral("TitleBack")));
     m_dk->setVisible(false);

@@ -31,14 +31,18 @@ public:
 
 protected:
     void mouseMoveEvent(QMouseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void openMakerPage();
+
     Screens &m_screens;
     QTimer *m_timer1;
     QLabel *m_back;
     QLabel *m_dk;
     QLabel *m_label1;
-    WebView *m_wb;
+    WebView *m_wb = nullptr;   // made after the first frame
+    bool m_loaded = false;
     ImageButton *m_play;
     ImageButton *m_quit;
     ImageButton *m_about;

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QMouseEvent>
 #include <QTemporaryDir>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QtTest>
 
@@ -91,6 +92,11 @@ private slots:
         QVERIFY(timer->isActive());
         QTRY_VERIFY_WITH_TIMEOUT(!title->splashVisible(), 8000);
         QVERIFY(!timer->isActive());
+        // What the splash covered is there when it goes: the background and the maker's page.
+        QVERIFY(!title->label(QStringLiteral("Back"))->pixmap().isNull());
+        const auto *page = title->findChild<QTextBrowser *>(QStringLiteral("WB"));
+        QVERIFY(page && page->isVisibleTo(title));
+        QTRY_VERIFY_WITH_TIMEOUT(!page->toPlainText().isEmpty(), 8000);
     }
 
     void kreatorOpensAboutThenWritesCredits()
