@@ -974,6 +974,9 @@ def peer_killed(run, o):
               "joiner gets SIGKILL with the move on its way; then the host's \"Close\"")
     ok = play(host, join, ["A1", "B1"])
     host.send("click A2")
+    # The kill lands once the move has left (else the click may come after the loss and
+    # rightly be refused).
+    host.event("sent", "A2")
     join.signal(signal.SIGKILL)
     join.proc.wait(10)
     state = poll_state(host, lambda s: shown(s, "infox") == GONE)
