@@ -30,7 +30,8 @@ QStringList referenceLines(const QString &response)
     for (const QChar c : response) {
         if (c == u'\r') {
             if (!onlyBlanks(line)) {
-                lines.append(line);
+                if (line.size() <= 255)  // no file name is longer
+                    lines.append(line);
                 line.clear();
             }
         } else if (c != u'\n') {
@@ -52,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     qsizetype kept = 0;
     for (const QString &line : lines) {
         FUZZ_CHECK(!line.contains(u'\r') && !line.contains(u'\n'));
-        FUZZ_CHECK(!onlyBlanks(line));
+        FUZZ_CHECK(!onlyBlanks(line) && line.size() <= 255);
         kept += line.size();
     }
     FUZZ_CHECK(lines.size() <= response.count(u'\r'));
