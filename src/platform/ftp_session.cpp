@@ -237,8 +237,6 @@ void FtpSession::reply(int code, const QByteArray &text)
             return maybeComplete();
         }
         return fail(FtpTransfer::ServerError, serverSaid(code, text));
-    case Step::Quit:
-        return;
     }
     // USER or PASS not accepted.
     fail(code == 530 ? FtpTransfer::LoginRefused : FtpTransfer::ServerError,
@@ -368,7 +366,6 @@ void FtpSession::complete(const QByteArray &response)
         return;
     m_ended = true;
     m_silence.stop();
-    m_step = Step::Quit;
     send("QUIT");
     m_control->flush();
     m_control->disconnect(this);

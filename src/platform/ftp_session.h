@@ -49,7 +49,6 @@ public:
     void abort();
 
     FtpRequest::Kind kind() const { return m_request.kind; }
-    bool isConnected() const { return m_connected; }
 
     // The listing as the control promises it: one name per line, each ended by CR LF.
     static QByteArray namesWithCrLf(const QByteArray &received);
@@ -60,7 +59,7 @@ signals:
     void finished(int error, const QString &errorText, const QByteArray &response);
 
 private:
-    enum class Step { Greeting, User, Pass, Type, Cwd, Epsv, Pasv, Transfer, Quit };
+    enum class Step { Greeting, User, Pass, Type, Cwd, Epsv, Pasv, Transfer };
 
     void onControlConnected();
     void onControlReadable();
