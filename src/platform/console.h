@@ -1,0 +1,8 @@
+#pragma once
+
+// Gives the program standard streams it can write to. A windowed Windows program has none
+// of its own: started from a console (help, version, automation typed by hand) it writes to
+// that console, started with pipes or files it keeps them, and its output is written byte
+// for byte as on other systems (no "\r" added before "\n"). Elsewhere there is nothing to do.
+// Call first thing in main().
+void attachStandardStreams();

@@ -1,0 +1,31 @@
+#include "console.h"
+
+#include <cstdio>
+
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+
+namespace {
+
+bool usable(DWORD which)
+{
+    const HANDLE handle = GetStdHandle(which);
+    return handle != nullptr && handle != INVALID_HANDLE_VALUE;
+}
+
+} // namespace
+
+void attachStandardStreams()
+{
+    // Handles given by the starter (pipes, files, an inherited console) are kept as they are.
+    if (!usable(STD_OUTPUT_HANDLE) && !usable(STD_ERROR_HANDLE)
+        && AttachConsole(ATTACH_PARENT_PROCESS)) {
+        std::freopen("CONOUT$", "w", stdout);
+        std::freopen("CONOUT$", "w", stderr);
+        if (!usable(STD_INPUT_HANDLE))
+            std::freopen("CONIN$", "r", stdin);
+    }
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stdin), _O_BINARY);
+}
