@@ -81,6 +81,10 @@ void TestWebView::serve()
             QByteArray body;
             if (path == "/page") {
                 body = "<html><body><p>Iklan &amp; caf\xe9</p></body></html>";
+            } else if (path == "/meta") {
+                // Labelled in the page only, and as Latin-1: browsers read that as cp1252.
+                type = "text/html";
+                body = "<html><head><meta charset=\"ISO-8859-1\"></head><body>Harga \x80 5</body></html>";
             } else if (path == "/plain") {
                 type = "text/plain; charset=utf-8";
                 body = "<b>bukan tebal</b>";
@@ -131,6 +135,7 @@ void TestWebView::webPageArrivesLater_data()
     QTest::addColumn<QString>("shown");
 
     QTest::newRow("html in cp1252") << QStringLiteral("/page") << QStringLiteral("Iklan & caf\u00E9");
+    QTest::newRow("html labelled latin-1 inside") << QStringLiteral("/meta") << QStringLiteral("Harga \u20AC 5");
     QTest::newRow("plain text") << QStringLiteral("/plain") << QStringLiteral("<b>bukan tebal</b>");
 }
 
