@@ -1,9 +1,12 @@
 #include "platform/sound_cue.h"
 #include "support/test_files.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
+
 
 class TestSoundCue : public QObject
 {
@@ -17,6 +20,9 @@ private slots:
     void folderEndingInSeparator();
     void resolvesPaths_data();
     void resolvesPaths();
+#ifdef Q_OS_WIN
+    void programAtDriveRoot();
+#endif
 
 private:
     QTemporaryDir m_dir;
@@ -108,6 +114,21 @@ void TestSoundCue::resolvesPaths()
     QFETCH(QString, given);
     QTEST(SoundCue::resolvePath(given), "resolved");
 }
+
+#ifdef Q_OS_WIN
+// A program run from the root of a drive has "T:\" for its folder, so a cue's file name is
+// "T:\/WIN.wav". scripts/windows/test.sh runs the tests so, from their folder made a drive.
+void TestSoundCue::programAtDriveRoot()
+{
+    const QString folder = QDir::toNativeSeparators(QCoreApplication::applicationDirPath());
+    if (!folder.endsWith(u'\\') || !QFileInfo::exists(folder + QStringLiteral("WIN.wav")))
+        QSKIP("not run from the root of a drive holding the wave files");
+    SoundCue cue;
+    cue.setFileName(folder + QStringLiteral("/WIN.wav"));
+    cue.command(QStringLiteral("open"));
+    QVERIFY2(cue.isOpen(), qPrintable(cue.fileName()));
+}
+#endif
 
 QTEST_GUILESS_MAIN(TestSoundCue)
 #include "tst_sound_cue.moc"
