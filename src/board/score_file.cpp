@@ -1,6 +1,6 @@
 #include "score_file.h"
 
-#include "board/total_text.h"
+#include "rules/total_text.h"
 #include "platform/rtf_document.h"
 #include "platform/settings.h"
 
@@ -94,6 +94,14 @@ ScoreFile::LoadResult ScoreFile::setAsideDamaged()
 bool ScoreFile::add(qint64 delta)
 {
     m_text = TotalText::add(m_text, delta);
+    return save();
+}
+
+bool ScoreFile::store(const QString &total)
+{
+    if (total == m_text)
+        return true;
+    m_text = total;
     return save();
 }
 

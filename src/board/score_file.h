@@ -26,6 +26,9 @@ public:
     // Adds to the total and saves it; false when the save failed (notice() says why). The
     // total in memory changes either way, as the screen shows it.
     bool add(qint64 delta);
+    // Keeps `total` and saves it when it differs from the total held; false when the save
+    // failed (notice() says why).
+    bool store(const QString &total);
     bool save();
 
     // A sentence for the player about the last load or save, empty when all went well.

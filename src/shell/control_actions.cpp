@@ -1,11 +1,10 @@
 #include "control_actions.h"
 
-#include "board/board.h"
-#include "board/board_play.h"
+#include "rules/board.h"
+#include "model/match_model.h"
 #include "board/board_view.h"
-#include "board/cell.h"
+#include "rules/cell.h"
 #include "board/point_image.h"
-#include "board/score_file.h"
 #include "match/match_screen.h"
 #include "match/match_socket.h"
 
@@ -125,7 +124,7 @@ QString shot(MatchScreen *screen, const QString &file)
 
 QJsonObject state(MatchScreen *screen)
 {
-    const Board &board = screen->play()->board();
+    const Board &board = screen->model()->board();
     QJsonObject cells;
     bool enabled = true;
     for (int i = 0; i < Cell::Count; ++i) {
@@ -140,7 +139,7 @@ QJsonObject state(MatchScreen *screen)
         {QStringLiteral("cells"), cells},
         {QStringLiteral("infox"), shownText(infox, infox->text())},
         {QStringLiteral("trans"), screen->view()->trans()->isVisible()},
-        {QStringLiteral("WR"), screen->score().text()},
+        {QStringLiteral("WR"), screen->model()->WR()},
         {QStringLiteral("WRL"), labelText(screen, "WRL")},
         {QStringLiteral("WRL2"), labelText(screen, "WRL2")},
         {QStringLiteral("Oname"), labelText(screen, "Oname")},

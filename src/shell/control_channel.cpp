@@ -5,10 +5,10 @@
 #include "login_screen.h"
 #include "screens.h"
 
-#include "board/board.h"
-#include "board/board_play.h"
+#include "rules/board.h"
+#include "model/match_model.h"
 #include "board/board_view.h"
-#include "board/cell.h"
+#include "rules/cell.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
 #include "match/match_screen.h"
@@ -280,7 +280,7 @@ void ControlChannel::attach(MatchScreen *screen)
     connect(screen->socket(), &MatchSocket::received, this,
             [this](const QString &message) { report(QStringLiteral("received"), message); });
     connect(screen->view(), &BoardView::pointShown, this, [this, screen](int index) {
-        const QString state = screen->play()->board().state(index);
+        const QString state = screen->model()->board().state(index);
         report(QStringLiteral("drawn"),
                Cell::name(index) + u' ' + (state.isEmpty() ? QStringLiteral("-") : state));
     });

@@ -1,6 +1,6 @@
 #include "demo_transcript.h"
 
-#include "board/cell.h"
+#include "rules/cell.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
-#include "board/board.h"
-#include "board/win_rules.h"
+#include "rules/board.h"
+#include "rules/win_rules.h"
 
 #include <QSignalSpy>
 #include <QTest>

@@ -1,6 +1,6 @@
 #include "wire_receiver.h"
 
-#include <array>
+#include "rules/cell.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ QList<WireEffect> hostEffects(const QString &message)
     // A lone "X" is a joiner with an empty name here: only the joiner obeys restarts.
     if (message.startsWith(QLatin1Char('X')))
         out.append({Kind::OpponentName, message.mid(1)});
-    if (WireReceiver::isCellName(message))
+    if (Cell::indexOf(message) >= 0)
         out.append({Kind::Move, message});
     return out;
 }
@@ -49,7 +49,7 @@ QList<WireEffect> joinEffects(const QString &message)
         out.append({Kind::Chat, text});
     if (message.startsWith(QLatin1Char('O')))
         out.append({Kind::OpponentName, message.mid(1)});
-    if (WireReceiver::isCellName(message))
+    if (Cell::indexOf(message) >= 0)
         out.append({Kind::Move, message});
     return out;
 }
@@ -59,17 +59,4 @@ QList<WireEffect> joinEffects(const QString &message)
 QList<WireEffect> WireReceiver::effects(MatchSide side, const QString &message)
 {
     return side == MatchSide::Host ? hostEffects(message) : joinEffects(message);
-}
-
-bool WireReceiver::isCellName(const QString &text)
-{
-    static const std::array<QLatin1String, 9> cells = {
-        QLatin1String("A1"), QLatin1String("A2"), QLatin1String("A3"),
-        QLatin1String("B1"), QLatin1String("B2"), QLatin1String("B3"),
-        QLatin1String("C1"), QLatin1String("C2"), QLatin1String("C3")};
-    for (const QLatin1String &cell : cells) {
-        if (text == cell)
-            return true;
-    }
-    return false;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "match/match_side.h"
-#include "match/wire_effect.h"
+#include "rules/match_side.h"
+#include "wire/wire_effect.h"
 
 #include <QList>
 #include <QString>
@@ -13,7 +13,4 @@ class WireReceiver
 {
 public:
     static QList<WireEffect> effects(MatchSide side, const QString &message);
-
-    // The nine Cell names in the order a received move is compared with them.
-    static bool isCellName(const QString &text);
 };

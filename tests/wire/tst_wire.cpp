@@ -1,5 +1,5 @@
-#include "match/wire_message.h"
-#include "match/wire_receiver.h"
+#include "wire/wire_message.h"
+#include "wire/wire_receiver.h"
 
 #include <QTest>
 

@@ -1,7 +1,6 @@
-#include "board/board.h"
-#include "board/cell.h"
-#include "board/move_rules.h"
-#include "board/total_text.h"
+#include "rules/board.h"
+#include "rules/cell.h"
+#include "rules/total_text.h"
 
 #include <QTest>
 
@@ -37,7 +36,6 @@ void TestBoardRules::cellPlaces()
     QFETCH(int, index);
     QFETCH(QRect, rect);
     QCOMPARE(Cell::indexOf(name), index);
-    QCOMPARE(MoveRules::movedCell(name), index);
     QCOMPARE(Cell::name(index), name);
     QCOMPARE(Cell::rect(index), rect);
 }
@@ -52,7 +50,7 @@ void TestBoardRules::notPointNames_data()
 void TestBoardRules::notPointNames()
 {
     QFETCH(QString, message);
-    QCOMPARE(MoveRules::movedCell(message), -1);
+    QCOMPARE(Cell::indexOf(message), -1);
 }
 
 void TestBoardRules::notation()

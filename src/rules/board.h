@@ -1,6 +1,6 @@
 #pragma once
 
-#include "board/cell.h"
+#include "rules/cell.h"
 
 #include <QObject>
 #include <QString>

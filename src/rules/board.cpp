@@ -1,6 +1,6 @@
 #include "board.h"
 
-#include "board/cell_state.h"
+#include "rules/cell_state.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "board/cell.h"
-#include "board/win_result.h"
+#include "rules/cell.h"
+#include "rules/win_result.h"
 
 #include <QList>
 

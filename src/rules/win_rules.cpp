@@ -1,7 +1,7 @@
 #include "win_rules.h"
 
-#include "board/board.h"
-#include "board/cell_state.h"
+#include "rules/board.h"
+#include "rules/cell_state.h"
 
 #include <span>
 
