@@ -20,15 +20,18 @@ private slots:
     {
         QTest::addColumn<bool>("besideTheBuild");
         QTest::addColumn<bool>("registryDown");
+        QTest::addColumn<QString>("registryCommand");
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("line");
-        QTest::newRow("registry from the source tree") << true << false << 0
-                                                       << "(started for the demo)";
-        // A copy of the program far from any source tree finds no registry to start.
-        QTest::newRow("no registry to be found") << false << false << 0
+        // A copy of the program alone, told where the registry is.
+        QTest::newRow("registry named in the environment")
+            << false << false << "/usr/bin/python3 " DORVALA_SOURCE_DIR "/scripts/registry.py" << 0
+            << "(started for the demo)";
+        // Nothing beside the copy, nothing on PATH, nothing named.
+        QTest::newRow("no registry to be found") << false << false << "" << 0
                                                  << "the lobby step is skipped";
         // A configured registry that does not answer stops the players at the title screen.
-        QTest::newRow("configured registry down") << true << true << 1
+        QTest::newRow("configured registry down") << true << true << "" << 1
                                                   << "Demo FAILED: the host opens its match screen: "
                                                      "it showed the message \"Internetr Bermasalah!";
     }
@@ -37,6 +40,7 @@ private slots:
     {
         QFETCH(bool, besideTheBuild);
         QFETCH(bool, registryDown);
+        QFETCH(QString, registryCommand);
         QFETCH(int, status);
         QFETCH(QString, line);
         QTemporaryDir work;
@@ -53,6 +57,10 @@ private slots:
         QProcess demo;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove("DORVALA_FTP_URL");
+        environment.remove("DORVALA_REGISTRY");
+        if (!registryCommand.isEmpty())
+            environment.insert("DORVALA_REGISTRY", registryCommand);
+        environment.insert("PATH", work.path());  // no dorvala-registry to be found there
         if (registryDown)
             environment.insert("DORVALA_FTP_URL", QStringLiteral("ftp://dorvala@127.0.0.1:%1/")
                                                       .arg(MatchEnv::freePort()));

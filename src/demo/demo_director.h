@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo_step.h"
+#include "demo/demo_step.h"
 
 #include <QElapsedTimer>
 #include <QList>
@@ -19,7 +19,7 @@ class QTimer;
 // `dorvala --demo DIR`: this process directs a whole match between two copies of itself,
 // a host and a joiner under remote control (ControlChannel), on loopback with free ports
 // and private drive-C folders. It uses the registry of DORVALA_FTP_URL when one is set,
-// else starts scripts/registry.py, else skips the lobby step and opens the match screens
+// else starts a registry of its own (DemoRegistry says which), else skips the lobby step and opens the match screens
 // directly. It plays DemoScript, saves screenshots of both screens into DIR, prints what
 // crossed the wire, and ends with done(0) when both screens agreed on every verdict and
 // total (and the score files and the registry say the same afterwards), else done(1)

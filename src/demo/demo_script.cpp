@@ -1,6 +1,6 @@
 #include "demo_script.h"
 
-#include "control_client.h"
+#include "control/control_client.h"
 
 #include <QDir>
 #include <QJsonObject>

@@ -3,8 +3,8 @@
 #include "platform/settings.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
+#include <QStandardPaths>
 #include <QTimer>
 
 namespace {
@@ -14,19 +14,6 @@ QString python()
     // Debian's interpreter carries python3-pyftpdlib; one earlier on PATH may not.
     const QString debian = QStringLiteral("/usr/bin/python3");
     return QFileInfo::exists(debian) ? debian : QStringLiteral("python3");
-}
-
-QString sourceFolderFromCache(const QString &buildFolder)
-{
-    QFile cache(buildFolder + QStringLiteral("/CMakeCache.txt"));
-    if (!cache.open(QIODevice::ReadOnly | QIODevice::Text))
-        return {};
-    while (!cache.atEnd()) {
-        const QByteArray line = cache.readLine().trimmed();
-        if (line.startsWith("CMAKE_HOME_DIRECTORY:"))
-            return QString::fromLocal8Bit(line.mid(line.indexOf('=') + 1));
-    }
-    return {};
 }
 
 } // namespace
@@ -42,7 +29,7 @@ DemoRegistry::DemoRegistry(QObject *parent)
     connect(&m_process, &QProcess::readyReadStandardOutput, this, &DemoRegistry::readOutput);
     connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)
-            fail(python() + QStringLiteral(": ") + m_process.errorString());
+            fail(m_process.program() + QStringLiteral(": ") + m_process.errorString());
     });
     connect(&m_process, &QProcess::finished, this, [this] {
         fail(QStringLiteral("the registry ended: ")
@@ -55,28 +42,26 @@ DemoRegistry::~DemoRegistry()
     stop();
 }
 
-QString DemoRegistry::findScript(const QString &programFolder)
+QStringList DemoRegistry::findCommand(const QString &programFolder)
 {
-    const QDir program(programFolder);
-    QStringList candidates{program.filePath(QStringLiteral("registry.py")),
-                           program.filePath(QStringLiteral("../scripts/registry.py")),
-                           program.filePath(QStringLiteral("../../scripts/registry.py"))};
-    const QString source = sourceFolderFromCache(program.filePath(QStringLiteral("..")));
-    if (!source.isEmpty())
-        candidates << source + QStringLiteral("/scripts/registry.py");
-    for (const QString &candidate : std::as_const(candidates)) {
-        if (QFileInfo(candidate).isFile())
-            return QFileInfo(candidate).canonicalFilePath();
-    }
+    const QString configured = qEnvironmentVariable("DORVALA_REGISTRY").trimmed();
+    if (!configured.isEmpty())
+        return QProcess::splitCommand(configured);
+    const QString installed = QStandardPaths::findExecutable(QStringLiteral("dorvala-registry"));
+    if (!installed.isEmpty())
+        return {installed};
+    const QFileInfo beside(QDir(programFolder).filePath(QStringLiteral("registry.py")));
+    if (beside.isFile())
+        return {python(), beside.canonicalFilePath()};
     return {};
 }
 
 void DemoRegistry::start(int timeoutMs)
 {
-    const QString script = findScript(Settings::programFolder());
-    if (script.isEmpty()) {
-        fail(QStringLiteral("scripts/registry.py was not found beside the program or in its "
-                            "source tree"));
+    QStringList command = findCommand(Settings::programFolder());
+    if (command.isEmpty()) {
+        fail(QStringLiteral("no registry: DORVALA_REGISTRY is not set, dorvala-registry is not "
+                            "on PATH and registry.py is not beside the program"));
         return;
     }
     if (!m_root.isValid()) {
@@ -84,10 +69,11 @@ void DemoRegistry::start(int timeoutMs)
         return;
     }
     m_timeout->start(timeoutMs);
-    m_process.start(python(), {script, QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
-                               QStringLiteral("--port"), QStringLiteral("0"),
-                               QStringLiteral("--root"), m_root.path(),
-                               QStringLiteral("--exit-with-parent")});
+    const QString program = command.takeFirst();
+    m_process.start(program, command + QStringList{QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
+                                                   QStringLiteral("--port"), QStringLiteral("0"),
+                                                   QStringLiteral("--root"), m_root.path(),
+                                                   QStringLiteral("--exit-with-parent")});
 }
 
 void DemoRegistry::stop()

@@ -1,5 +1,5 @@
 #include "program.h"
-#include "screens.h"
+#include "shell/screens.h"
 
 #include "platform/ftp_transfer.h"
 #include "platform/picture_store.h"

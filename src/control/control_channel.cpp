@@ -1,9 +1,9 @@
 #include "control_channel.h"
 
-#include "control_actions.h"
-#include "control_event.h"
-#include "login_screen.h"
-#include "screens.h"
+#include "control/control_actions.h"
+#include "control/control_event.h"
+#include "shell/login_screen.h"
+#include "shell/screens.h"
 
 #include "rules/board.h"
 #include "model/match_model.h"

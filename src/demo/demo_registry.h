@@ -7,9 +7,8 @@
 
 class QTimer;
 
-// A registry of its own for the demo when none is configured: scripts/registry.py on a free
-// loopback port with a temporary root, found beside the program or in the source tree the
-// program was built from. Ends with this object.
+// A registry of its own for the demo when none is configured: the registry script on a free
+// loopback port with a temporary root. Ends with this object.
 class DemoRegistry : public QObject
 {
     Q_OBJECT
@@ -17,9 +16,10 @@ public:
     explicit DemoRegistry(QObject *parent = nullptr);
     ~DemoRegistry() override;
 
-    // Where the script is, or empty. Looks beside the program, then up to two folders up
-    // under scripts/, then in the source folder named by the build's CMakeCache.txt.
-    static QString findScript(const QString &programFolder);
+    // The command that starts the registry, or empty when there is none: the command line
+    // in DORVALA_REGISTRY, else `dorvala-registry` on PATH (as the package installs it),
+    // else registry.py beside the program (as the build and the installed folder have it).
+    static QStringList findCommand(const QString &programFolder);
 
     // Starts it; the outcome comes as ready() or failed().
     void start(int timeoutMs = 20000);

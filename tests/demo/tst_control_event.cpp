@@ -1,5 +1,5 @@
-#include "shell/control_event.h"
-#include "shell/demo_transcript.h"
+#include "control/control_event.h"
+#include "demo/demo_transcript.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "control_event.h"
+#include "control/control_event.h"
 
 #include <QList>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "shell/control_client.h"
+#include "control/control_client.h"
 
 #include "platform/rtf_document.h"
 #include "support/ftp_server.h"

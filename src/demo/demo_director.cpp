@@ -1,9 +1,9 @@
 #include "demo_director.h"
 
-#include "control_client.h"
-#include "demo_registry.h"
-#include "demo_script.h"
-#include "demo_transcript.h"
+#include "control/control_client.h"
+#include "demo/demo_registry.h"
+#include "demo/demo_script.h"
+#include "demo/demo_transcript.h"
 
 #include "platform/rtf_document.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demo_step.h"
+#include "demo/demo_step.h"
 
 #include <QList>
 #include <QStringList>

@@ -1,5 +1,5 @@
-#include "shell/control_actions.h"
-#include "shell/control_channel.h"
+#include "control/control_actions.h"
+#include "control/control_channel.h"
 #include "shell/screens.h"
 
 #include "match/host_screen.h"

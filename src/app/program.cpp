@@ -1,10 +1,10 @@
 #include "program.h"
 
-#include "control_channel.h"
-#include "demo_director.h"
-#include "login_screen.h"
-#include "screens.h"
-#include "title_screen.h"
+#include "control/control_channel.h"
+#include "demo/demo_director.h"
+#include "shell/login_screen.h"
+#include "shell/screens.h"
+#include "shell/title_screen.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
