@@ -91,12 +91,6 @@ ScoreFile::LoadResult ScoreFile::setAsideDamaged()
     return LoadResult::Damaged;
 }
 
-bool ScoreFile::add(qint64 delta)
-{
-    m_text = TotalText::add(m_text, delta);
-    return save();
-}
-
 bool ScoreFile::store(const QString &total)
 {
     if (total == m_text)
