@@ -61,7 +61,7 @@ int figures()
     print("tick, board with the plus (set-up cost taken out)", withTick - reset);
 
     BoardView view;
-    MatchModel model(MatchSide::Host);
+    MatchModel model(MatchSide::Join);  // a game under way: nothing covers the points
     Board &board = model.board();
     board.setStates(*Board::parse(u"XO./xo./..."));
     view.setModel(&model);
