@@ -100,6 +100,7 @@ LobbyScreen *Screens::WOL()
             if (m_login)
                 m_login->addHost(address);
         });
+        connect(m_wol, &LobbyScreen::listingConnectKnown, this, &Screens::WOL_ListingConnectKnown);
     }
     return m_wol;
 }
@@ -151,8 +152,7 @@ void Screens::wireMatchScreen(MatchScreen *screen)
 void Screens::host_Opened(const QString &localAddress)
 {
     // A fresh lobby lists the registry again and carries the publication.
-    unload(m_wol);
-    LobbyScreen *lobby = WOL();
+    LobbyScreen *lobby = reloadLobby();
     lobby->show();
     lobby->hide();
     lobby->publishHost(localAddress);
@@ -208,21 +208,37 @@ void Screens::unload(QWidget *screen)
     screen->deleteLater();
 }
 
-int Screens::openLogin()
+void Screens::openLogin()
 {
-    const int error = m_login ? 0 : loadLogin();
-    if (m_login)
+    if (m_loginOpening)
+        return;  // a "Mulai" is under way already
+    if (m_login) {
         m_login->show();
-    return error;
+        emit loginOpened(0);
+        return;
+    }
+    m_loginOpening = true;
+    loadLogin();
 }
 
-int Screens::loadLogin()
+void Screens::loadLogin()
 {
     m_login = new LoginScreen(*this);
-    const int error = m_login->Form_Load();
+    m_login->Form_Load();
+}
+
+void Screens::WOL_ListingConnectKnown(int error)
+{
+    if (error != 0)
+        unload(m_wol);  // the next "Mulai" tries the registry afresh
+    if (!m_loginOpening)
+        return;
+    m_loginOpening = false;
     if (error != 0)
         unload(m_login);
-    return error;
+    else if (m_login && !m_quitting)
+        m_login->show();
+    emit loginOpened(error);
 }
 
 void Screens::showAbout()
@@ -272,8 +288,10 @@ void Screens::closeAllAndQuit()
 
 std::function<void(QWidget *, const QString &, const QString &)> Screens::criticalBox =
     [](QWidget *parent, const QString &title, const QString &text) {
-        QMessageBox box(QMessageBox::Critical, title, text, QMessageBox::Ok, parent);
-        box.exec();
+        auto *box = new QMessageBox(QMessageBox::Critical, title, text, QMessageBox::Ok, parent);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setWindowModality(Qt::ApplicationModal);
+        box->show();
     };
 
 void Screens::showInternetError(QWidget *parent)
@@ -283,12 +301,9 @@ void Screens::showInternetError(QWidget *parent)
                                "Silahkan melakukan koneksi ke Internet terlebih dahulu"));
 }
 
-int Screens::loadLobbyHidden()
+void Screens::loadLobbyHidden()
 {
-    const int error = WOL()->waitForListingConnect(RegistryWaitMs);
-    if (error != 0)
-        unload(m_wol);  // the next "Mulai" tries the registry afresh
-    return error;
+    WOL()->watchListingConnect(RegistryWaitMs);
 }
 
 void Screens::showLobby()
@@ -300,8 +315,17 @@ void Screens::showLobby()
 
 void Screens::reloadLobbyHidden()
 {
+    reloadLobby();
+}
+
+LobbyScreen *Screens::reloadLobby()
+{
     unload(m_wol);
-    WOL();
+    LobbyScreen *lobby = WOL();
+    // A "Mulai" that waited for the old lobby's listing learns its answer from the new one.
+    if (m_loginOpening)
+        lobby->watchListingConnect(RegistryWaitMs);
+    return lobby;
 }
 
 void Screens::startHost(const QString &name, QPoint position, bool place)

@@ -16,6 +16,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -52,7 +53,14 @@ private slots:
         TitleScreen *title = m_screens->openi();
         title->show();
         QVERIFY(title->splashVisible());
+        QSignalSpy opened(m_screens.get(), &Screens::loginOpened);
         title->Play_Click();
+        title->Play_Click();  // a second click while the first waits changes nothing
+        // Nothing is shown before the registry has answered, and nothing waits for it.
+        QVERIFY(!m_screens->login()->isVisible());
+        QVERIFY(m_screens->isLoaded(QStringLiteral("openi")));
+        QVERIFY(opened.wait(20000));
+        QCOMPARE(opened.size(), 1);
         QVERIFY(m_boxes.isEmpty());
         QVERIFY(!m_screens->isLoaded(QStringLiteral("openi")));
         QVERIFY(m_screens->isLoaded(QStringLiteral("login")));
@@ -71,7 +79,9 @@ private slots:
         qputenv("DORVALA_FTP_URL", QByteArray("ftp://dorvala@127.0.0.1:") + QByteArray::number(MatchEnv::freePort()) + "/");
         TitleScreen *title = m_screens->openi();
         title->show();
+        QSignalSpy opened(m_screens.get(), &Screens::loginOpened);
         title->Play_Click();
+        QVERIFY(opened.wait(20000));
         QCOMPARE(m_boxes, QStringList{QStringLiteral(
                               "Internetr Bermasalah!|Internet tidak tersambung!\r\n"
                               "Silahkan melakukan koneksi ke Internet terlebih dahulu")});
@@ -83,7 +93,7 @@ private slots:
 
     void choicesAreIndependent()
     {
-        QVERIFY(m_screens->openLogin() == 0);
+        QCOMPARE(openLogin(), 0);
         LoginScreen *login = m_screens->login();
         login->show();
         const QPoint onImage1 = login->Shape1()->pos();
@@ -115,7 +125,7 @@ private slots:
     {
         QFETCH(QString, road);
         qputenv("DORVALA_MATCH_PORT", QByteArray::number(MatchEnv::freePort()));
-        QVERIFY(m_screens->openLogin() == 0);
+        QCOMPARE(openLogin(), 0);
         m_screens->showLobby();
         LobbyScreen *lobby = m_screens->WOL();
         QVERIFY(lobby->isVisible());
@@ -172,6 +182,16 @@ private slots:
     }
 
 private:
+    // "Mulai" as a player clicks it: the answer comes through the event loop.
+    int openLogin()
+    {
+        QSignalSpy opened(m_screens.get(), &Screens::loginOpened);
+        m_screens->openLogin();
+        if (opened.isEmpty() && !opened.wait(20000))
+            return -1;
+        return opened.first().at(0).toInt();
+    }
+
     FtpServer m_ftp;
     QTemporaryDir m_drive;
     QStringList m_boxes;
