@@ -22,7 +22,7 @@ class ProbeSender : public QObject
 
 public:
     // How long one burst of passes may hold the event loop.
-    static constexpr int BurstMs = 4;
+    static constexpr int BurstMs = 2;
 
     explicit ProbeSender(QObject *parent = nullptr);
 
