@@ -123,19 +123,24 @@ void Program::start(const Options &options)
 
 void Program::quickStart(const Options &options)
 {
-    TitleScreen *title = m_screens.openi();
-    title->Play_Click();
-    if (!m_screens.isLoaded(QStringLiteral("login")) || m_screens.isLoaded(QStringLiteral("openi")))
-        return;  // the title screen said why
-    LoginScreen *login = m_screens.login();
-    login->UN()->setText(options.name);
-    if (!options.join.isEmpty()) {
-        login->Image2_Click();
-        login->HIP()->setText(options.join);
-    } else {
-        login->Image1_Click();
-    }
-    login->Play_Click();
+    // The setup screen's choices follow once the title's "Mulai" has opened it.
+    connect(
+        &m_screens, &Screens::loginOpened, this,
+        [this, options](int error) {
+            if (error != 0 || !m_screens.isLoaded(QStringLiteral("login")))
+                return;  // the title screen says why
+            LoginScreen *login = m_screens.login();
+            login->UN()->setText(options.name);
+            if (!options.join.isEmpty()) {
+                login->Image2_Click();
+                login->HIP()->setText(options.join);
+            } else {
+                login->Image1_Click();
+            }
+            login->Play_Click();
+        },
+        Qt::SingleShotConnection);
+    m_screens.openi()->Play_Click();
 }
 
 void Program::watchSignals()
