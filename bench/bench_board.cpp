@@ -5,20 +5,16 @@
 //   bench_board --show five     a board showing the five point states, for a screenshot
 //   bench_board --show win      a board just after a plus, scored pieces and the panel shown
 //   bench_board --show theirs   the joiner's board after the host's plus (a long name wraps)
-#include "board/board.h"
-#include "board/board_play.h"
 #include "board/board_view.h"
-#include "board/cell.h"
-#include "board/win_rules.h"
-
-// Shared with the tests and the fuzzer; header-only, so nothing more to link.
-#include "../tests/support/board_rig.h"
+#include "model/match_model.h"
+#include "rules/board.h"
+#include "rules/cell.h"
+#include "rules/win_rules.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QImage>
 #include <QPainter>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <algorithm>
@@ -65,8 +61,10 @@ int figures()
     print("tick, board with the plus (set-up cost taken out)", withTick - reset);
 
     BoardView view;
-    Board board = Board::fromString(u"XO./xo./...");
-    view.setBoard(&board);
+    MatchModel model(MatchSide::Join);  // a game under way: nothing covers the points
+    Board &board = model.board();
+    board.setStates(*Board::parse(u"XO./xo./..."));
+    view.setModel(&model);
     const Board::States other = *Board::parse(u"OX./ox./XO.");
     const Board::States first = board.states();
     bool flip = false;
@@ -82,26 +80,25 @@ int figures()
 
 int show(const QString &what)
 {
-    QTemporaryDir drive;
     const bool theirs = what == QLatin1String("theirs");
-    BoardRig rig(theirs ? BoardPlay::Side::Joiner : BoardPlay::Side::Host,
-                 drive.filePath(QStringLiteral("dvq")));
-    rig.Oname.setText(QStringLiteral("Olga Putri Kusumawardhani dari Bandung"));
-    rig.view.move(0, 0);
+    MatchModel model(theirs ? MatchSide::Join : MatchSide::Host);
+    model.receive(QStringLiteral("OOlga Putri Kusumawardhani dari Bandung"));
+    model.accepted();
+    BoardView view;
+    view.setModel(&model);
+    view.move(0, 0);
 
     if (what == QLatin1String("win") || theirs) {
-        rig.play.board().setStates(*Board::parse(u"XO./O.O/XOX"));
-        if (theirs) {
-            rig.LastMsg = QStringLiteral("B2");
-            rig.play.receiveMove();
-        } else {
-            rig.play.B2_Click();  // completes the plus
-        }
+        model.board().setStates(*Board::parse(u"XO./O.O/XOX"));
+        if (theirs)
+            model.receive(QStringLiteral("B2"));
+        else
+            model.click(Cell::indexOf(u"B2"));  // completes the plus
     } else {
-        rig.play.board().setStates(*Board::parse(u"XO./xo./..."));
-        rig.view.LockBoard();  // the turn lock must not show
+        model.board().setStates(*Board::parse(u"XO./xo./..."));
+        model.LockBoard();  // the turn lock must not show
     }
-    rig.view.show();
+    view.show();
     QTimer::singleShot(20000, qApp, &QCoreApplication::quit);
     return QApplication::exec();
 }

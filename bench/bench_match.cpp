@@ -8,7 +8,7 @@
 // The --show modes print READY once the scene stands and keep it up for 20 seconds.
 #include "bench_common.h"
 
-#include "board/board_play.h"
+#include "model/match_model.h"
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
@@ -92,8 +92,8 @@ int figures(int idleSeconds)
                 static_cast<long long>(clock.elapsed()));
 
     std::vector<qint64> trips;
-    BoardPlay *hostPlay = match.host->play();
-    BoardPlay *joinPlay = match.join->play();
+    MatchModel *hostPlay = match.host->model();
+    MatchModel *joinPlay = match.join->model();
     for (int round = 0; round < 50; ++round) {
         const int cell = round % 9;
         clock.start();
@@ -101,7 +101,7 @@ int figures(int idleSeconds)
         waitFor([&] { return !joinPlay->board().state(cell).isEmpty(); });
         trips.push_back(clock.nsecsElapsed() / 1000);
         // Hand the turn back and clear, as a restart would, without the totals moving.
-        match.join->play()->LockBoard();
+        match.join->model()->LockBoard();
         hostPlay->UnlockBoard();
         hostPlay->board().clear();
         joinPlay->board().clear();
@@ -134,8 +134,8 @@ int show(const QString &what)
     for (int i = 0; i < 4; ++i) {
         MatchScreen *mover = i % 2 ? static_cast<MatchScreen *>(join) : host;
         MatchScreen *other = i % 2 ? static_cast<MatchScreen *>(host) : join;
-        mover->play()->click(moves[i]);
-        waitFor([&] { return !other->play()->board().state(moves[i]).isEmpty(); });
+        mover->model()->click(moves[i]);
+        waitFor([&] { return !other->model()->board().state(moves[i]).isEmpty(); });
     }
     if (what == QLatin1String("left")) {
         match.join.reset();

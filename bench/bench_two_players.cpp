@@ -19,7 +19,7 @@
 // the offscreen platform.
 #include "bench_common.h"
 
-#include "shell/control_client.h"
+#include "control/control_client.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,7 +1,6 @@
 #include "fuzz_app.h"
 
-#include <QApplication>
-#include <QTemporaryDir>
+#include <QCoreApplication>
 
 #include <memory>
 
@@ -9,17 +8,10 @@ void ensureFuzzApplication()
 {
     if (QCoreApplication::instance())
         return;
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Files the code under test writes (the score file) go to a private folder, never to
-    // the user's real drive-C folder.
-    static QTemporaryDir driveC;
-    qputenv("DORVALA_DRIVE_C", driveC.path().toLocal8Bit());
-    qputenv("DORVALA_LOCAL_IP", "127.0.0.1");
-    // QApplication keeps references to argc and argv; libFuzzer's own arguments are not
+    // The application keeps references to argc and argv; libFuzzer's own arguments are not
     // for Qt to read.
     static int argc = 1;
     static char name[] = "fuzz";
     static char *argv[] = {name, nullptr};
-    static std::unique_ptr<QApplication> app = std::make_unique<QApplication>(argc, argv);
+    static std::unique_ptr<QCoreApplication> app = std::make_unique<QCoreApplication>(argc, argv);
 }

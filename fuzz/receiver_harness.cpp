@@ -2,21 +2,16 @@
 
 #include "fuzz_check.h"
 
-#include "board/cell.h"
-#include "board/cell_state.h"
-#include "board/total_text.h"
-#include "match/wire_effect.h"
-#include "match/wire_message.h"
-#include "match/wire_receiver.h"
-#include "platform/rtf_document.h"
-#include "platform/settings.h"
-
-// Shared with the tests and the board benchmark; header-only, so nothing more to link.
-#include "../tests/support/board_rig.h"
+#include "model/match_model.h"
+#include "rules/cell.h"
+#include "rules/cell_state.h"
+#include "rules/total_text.h"
+#include "wire/wire_effect.h"
+#include "wire/wire_message.h"
+#include "wire/wire_receiver.h"
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QFile>
 
 #include <cstdio>
 
@@ -100,35 +95,44 @@ public:
 
 private:
     void arrival(const QByteArray &bytes);
-    void apply(const WireEffect &effect);
+    void checkArrival(const QString &message, const QList<WireEffect> &effects);
     void click(int index);
     void turnEventLoop();
     void checkAlways() const;
-    bool locked() const;
-    bool unlocked() const;
 
     MatchSide m_side;
     QString m_opponentMark;
     QStringList m_sent;
-    QStringList m_cues;
-    BoardRig m_rig;
-    QString m_chatLog;
-    QString m_lastTotal;  // what the last Score put into WRL2
+    QList<GameEvent> m_events;
+    QStringList m_chatLog;
+    MatchModel m_model;
+    QString m_announcedTotal;  // the own total as last announced, for saving
+    QString m_lastTotal;       // what the last Score put into WRL2
     bool m_holdEventLoop = false;
 };
 
 Session::Session(MatchSide side)
     : m_side(side)
     , m_opponentMark(QString::fromLatin1(opponentMark(side)))
-    , m_rig(side == MatchSide::Host ? BoardPlay::Side::Host : BoardPlay::Side::Joiner,
-            ScoreFile::defaultPath(), [this](const QString &message) { m_sent << message; },
-            [this](const QString &name) { m_cues << name; })
+    , m_model(side)
 {
-    // Every input starts from the same files: a fresh total of "0".
-    QFile::remove(m_rig.WR.path());
-    m_lastTotal = m_rig.WRL2.text();
-    if (side == MatchSide::Join)
-        m_rig.play.LockBoard();
+    m_model.setSender([this](const QString &message, bool) {
+        m_sent << message;
+        return true;
+    });
+    QObject::connect(&m_model, &MatchModel::happened, [this](GameEvent e) { m_events << e; });
+    QObject::connect(&m_model, &MatchModel::chatLogged, [this](const QString &l) { m_chatLog << l; });
+    QObject::connect(&m_model, &MatchModel::ownTotalChanged,
+                     [this](const QString &total) { m_announcedTotal = total; });
+    m_announcedTotal = m_model.WR();
+    m_lastTotal = m_model.WRL2();
+    // As the screens are: the host past its greeting, the joiner locked until O moves.
+    if (side == MatchSide::Host)
+        m_model.accepted();
+    else
+        m_model.LockBoard();
+    m_sent.clear();
+    m_events.clear();
 }
 
 void Session::run(const uint8_t *data, size_t size)
@@ -149,9 +153,9 @@ void Session::run(const uint8_t *data, size_t size)
         } else if (op <= 0xE8) {
             click(op - 0xE0);
         } else if (op == 0xE9) {
-            m_rig.play.WinTime_Timer();
+            m_model.WinTime_Timer();
         } else if (op == 0xEA) {
-            m_rig.play.restart();
+            m_model.restart();
         } else {
             m_holdEventLoop = true;
             continue;
@@ -164,123 +168,103 @@ void Session::run(const uint8_t *data, size_t size)
     }
     turnEventLoop();
     checkAlways();
-    // Every change of the total was saved at once, so the file says what the screen shows.
-    if (QFile::exists(m_rig.WR.path()))
-        FUZZ_CHECK(RtfDocument::load(m_rig.WR.path()) == m_rig.WR.text());
-    else
-        FUZZ_CHECK(m_rig.WR.text() == QLatin1String("0"));
 
-    // For reading a saved crash input back: what the screen would have sent and sounded.
+    // For reading a saved crash input back: what the screen would have sent and shown.
     if (qEnvironmentVariableIsSet("DORVALA_FUZZ_TRACE")) {
-        std::fprintf(stderr, "board %s | own %s | opponent %s | sent %s | cues %s\n",
-                     qPrintable(m_rig.play.board().toString()), qPrintable(m_rig.WR.text()),
-                     qPrintable(m_rig.WRL2.text()), qPrintable(m_sent.join(u' ')),
-                     qPrintable(m_cues.join(u' ')));
+        std::fprintf(stderr, "board %s | own %s | opponent %s | sent %s | events %lld\n",
+                     qPrintable(m_model.board().toString()), qPrintable(m_model.WR()),
+                     qPrintable(m_model.WRL2()), qPrintable(m_sent.join(u' ')),
+                     static_cast<long long>(m_events.size()));
     }
 }
 
 void Session::arrival(const QByteArray &bytes)
 {
-    m_rig.LastMsg = WireMessage::decode(bytes);
-    FUZZ_CHECK(WireMessage::encode(m_rig.LastMsg) == bytes);
-    const QString message = m_rig.LastMsg;
+    const QString message = WireMessage::decode(bytes);
+    FUZZ_CHECK(WireMessage::encode(message) == bytes);
     const QList<WireEffect> effects = WireReceiver::effects(m_side, message);
     checkEffects(m_side, message, effects);
-    for (const WireEffect &effect : effects)
-        apply(effect);
-    FUZZ_CHECK(m_rig.LastMsg == message);
-}
 
-void Session::apply(const WireEffect &effect)
-{
-    switch (effect.kind) {
-    case Kind::OpponentTotal:
-        m_rig.WRL2.setText(effect.text);
-        m_lastTotal = effect.text;
-        break;
-    case Kind::ReplyScore:
-    case Kind::SendScore:
-        m_sent << WireMessage::score(m_rig.WR.text());
-        break;
-    case Kind::Restart: {
-        const bool wasLocked = locked();
-        m_rig.play.restart();
-        for (int i = 0; i < Cell::Count; ++i)
-            FUZZ_CHECK(m_rig.play.board().state(i).isEmpty());
-        FUZZ_CHECK(locked() == wasLocked);  // a restart leaves the turn lock alone
-        break;
+    const bool wasLocked = m_model.isLocked();
+    const qsizetype sentBefore = m_sent.size();
+    const qsizetype eventsBefore = m_events.size();
+    const qsizetype logBefore = m_chatLog.size();
+    m_model.receive(message);
+    FUZZ_CHECK(m_model.LastMsg() == message);
+
+    bool moved = false, restarted = false, chat = false, logged = false, answered = false;
+    for (const WireEffect &e : effects) {
+        moved |= e.kind == Kind::Move;
+        restarted |= e.kind == Kind::Restart;
+        chat |= e.kind == Kind::Chat;
+        logged |= e.kind == Kind::LogChat;
+        answered |= e.kind == Kind::SendScore;
+        if (e.kind == Kind::OpponentTotal) {
+            FUZZ_CHECK(m_model.WRL2() == e.text);
+            m_lastTotal = e.text;
+        }
+        if (e.kind == Kind::OpponentName)
+            FUZZ_CHECK(m_model.opponentName() == e.text);
     }
-    case Kind::Chat:
-        m_cues << QStringLiteral("mess");
-        break;
-    case Kind::LogChat:
-        m_chatLog += m_rig.Xname.text() + QStringLiteral(": ") + effect.text + QStringLiteral("\r\n");
-        break;
-    case Kind::OpponentName:
-        (m_side == MatchSide::Host ? m_rig.Xname : m_rig.Oname).setText(effect.text);
-        break;
-    case Kind::Move: {
-        const int index = Cell::indexOf(effect.text);
-        const qsizetype sentBefore = m_sent.size();
-        FUZZ_CHECK(m_rig.play.receiveMove());
+    if (moved) {
         // The point takes the opponent's mark whatever it held, and it is our turn.
-        FUZZ_CHECK(m_rig.play.board().state(index) == m_opponentMark);
-        FUZZ_CHECK(unlocked());
-        FUZZ_CHECK(m_sent.size() == sentBefore);
-        FUZZ_CHECK(m_cues.last() == QLatin1String("MEI"));
-        break;
+        FUZZ_CHECK(m_model.state(Cell::indexOf(message)) == m_opponentMark);
+        FUZZ_CHECK(!m_model.isLocked());
+        FUZZ_CHECK(m_events.size() == eventsBefore + 1 && m_events.last() == GameEvent::OpponentMoved);
+    } else {
+        // Nothing but a move touches the turn lock, a restart included.
+        FUZZ_CHECK(m_model.isLocked() == wasLocked);
     }
+    if (restarted) {
+        for (int i = 0; i < Cell::Count; ++i)
+            FUZZ_CHECK(m_model.state(i).isEmpty());
     }
+    FUZZ_CHECK(!chat || m_events.last() == GameEvent::ChatReceived);
+    FUZZ_CHECK(m_chatLog.size() == logBefore + (logged ? 1 : 0));
+    // Only the joiner answers at once, and only a restart.
+    FUZZ_CHECK(m_sent.size() == sentBefore + (answered ? 1 : 0));
 }
 
 void Session::click(int index)
 {
-    const QString before = m_rig.play.board().state(index);
+    const QString before = m_model.state(index);
     const qsizetype sentBefore = m_sent.size();
-    m_rig.play.click(index);
+    m_model.click(index);
     if (before.isEmpty()) {
-        FUZZ_CHECK(m_rig.play.board().state(index) == QLatin1String(ownMark(m_side)));
+        FUZZ_CHECK(m_model.state(index) == QLatin1String(ownMark(m_side)));
         FUZZ_CHECK(m_sent.size() == sentBefore + 1 && m_sent.last() == Cell::name(index));
-        FUZZ_CHECK(m_rig.LastMsg == Cell::name(index));
-        FUZZ_CHECK(locked());
-        FUZZ_CHECK(m_cues.last() == QLatin1String("MeC"));
+        FUZZ_CHECK(m_model.LastMsg() == Cell::name(index));
+        FUZZ_CHECK(m_model.isLocked());
+        FUZZ_CHECK(m_events.last() == GameEvent::PiecePlaced);
     } else {
-        FUZZ_CHECK(m_rig.play.board().state(index) == before);
+        FUZZ_CHECK(m_model.state(index) == before);
         FUZZ_CHECK(m_sent.size() == sentBefore);
-        FUZZ_CHECK(m_cues.last() == QLatin1String("MEX"));
+        FUZZ_CHECK(m_events.last() == GameEvent::MoveRefused);
     }
 }
 
 void Session::turnEventLoop()
 {
-    // Only the queued calls (the scheduled win check); nothing here paints or waits.
+    // Only the queued calls (the scheduled win check); the timers' sends are left out.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
 }
 
 void Session::checkAlways() const
 {
     for (int i = 0; i < Cell::Count; ++i)
-        FUZZ_CHECK(isPointState(m_rig.play.board().state(i)));
-    FUZZ_CHECK(TotalText::read(m_rig.WR.text()).has_value());
-    FUZZ_CHECK(TotalText::write(*TotalText::read(m_rig.WR.text())) == m_rig.WR.text());
+        FUZZ_CHECK(isPointState(m_model.state(i)));
+    const QString &own = m_model.WR();
+    FUZZ_CHECK(TotalText::read(own).has_value());
+    FUZZ_CHECK(TotalText::write(*TotalText::read(own)) == own);
+    // Every change of the own total was announced, so a screen saves what it shows.
+    FUZZ_CHECK(m_announcedTotal == own);
     // The opponent's total shows what the peer sent until a scored pattern changes it;
     // from then on it is a whole number.
-    FUZZ_CHECK(m_rig.WRL2.text() == m_lastTotal || TotalText::read(m_rig.WRL2.text()).has_value());
-    FUZZ_CHECK(locked() || unlocked());
+    FUZZ_CHECK(m_model.WRL2() == m_lastTotal || TotalText::read(m_model.WRL2()).has_value());
     for (const QString &message : m_sent) {
         FUZZ_CHECK(Cell::indexOf(message) >= 0
                    || (message.startsWith(u'$') && TotalText::read(message.mid(1))));
     }
-}
-
-bool Session::locked() const
-{
-    return m_rig.lock() == BoardRig::Lock::Locked;
-}
-
-bool Session::unlocked() const
-{
-    return m_rig.lock() == BoardRig::Lock::Open;
 }
 
 } // namespace
@@ -291,8 +275,8 @@ void ReceiverHarness::run(MatchSide side, const uint8_t *data, size_t size)
         Session session(side);
         session.run(data, size);
     }
-    // Whatever else the widgets posted (polish, layout, deferred deletes) is handled now:
-    // left in the queue it would pile up from input to input and slow every later one.
+    // Whatever else was posted (deferred deletes) is handled now: left in the queue it would
+    // pile up from input to input and slow every later one.
     QCoreApplication::sendPostedEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }

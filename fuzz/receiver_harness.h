@@ -1,6 +1,6 @@
 #pragma once
 
-#include "match/match_side.h"
+#include "rules/match_side.h"
 
 #include <QByteArray>
 #include <QString>
@@ -9,10 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
-struct WireEffect;
-
-// Drives one side's receiver and board the way a match screen does, from fuzzer bytes,
-// and checks after every step what must hold whatever the peer sends.
+// Drives one side's match model the way a match screen does, from fuzzer bytes, and
+// checks after every step what must hold whatever the peer sends.
 //
 // The input is a list of records, each starting with one byte:
 //   0x00 .. 0xDF   a data arrival of that many bytes (fewer at the end of the input)

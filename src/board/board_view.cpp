@@ -1,9 +1,9 @@
 #include "board_view.h"
 
-#include "board/board.h"
-#include "board/cell_state.h"
 #include "board/point_image.h"
 #include "board/status_panel.h"
+#include "model/match_model.h"
+#include "rules/cell_state.h"
 #include "platform/picture_store.h"
 
 #include <QGridLayout>
@@ -47,32 +47,42 @@ BoardView::BoardView(QWidget *parent)
     layout->addWidget(m_infox, 0, 0, Qt::AlignHCenter | Qt::AlignTop);
 }
 
-void BoardView::setBoard(const Board *board)
+void BoardView::setModel(const MatchModel *model)
 {
-    disconnect(m_boardConnection);
-    m_board = board;
-    if (m_board)
-        m_boardConnection = connect(m_board, &Board::stateChanged, this, &BoardView::redraw);
+    for (const QMetaObject::Connection &connection : std::as_const(m_connections))
+        disconnect(connection);
+    m_connections.clear();
+    m_model = model;
+    if (!m_model)
+        return;
+    m_connections = {
+        connect(m_model, &MatchModel::cellChanged, this, &BoardView::redraw),
+        connect(m_model, &MatchModel::lockChanged, this, &BoardView::showLock),
+        connect(m_model, &MatchModel::coverChanged, this, &BoardView::showCover),
+    };
     redrawAll();
+    showLock(m_model->isLocked());
+    showCover();
 }
 
-void BoardView::LockBoard()
+void BoardView::showLock(bool locked)
 {
     for (PointImage *point : m_points)
-        point->setEnabled(false);
+        point->setEnabled(!locked);
 }
 
-void BoardView::UnlockBoard()
+void BoardView::showCover()
 {
-    for (PointImage *point : m_points)
-        point->setEnabled(true);
+    m_infox->setText(m_model->infox());
+    m_trans->setVisible(m_model->transShown());
+    m_infox->setVisible(m_model->infoxShown());
 }
 
 void BoardView::redraw(int index)
 {
-    if (!m_board)
+    if (!m_model)
         return;
-    const QString name = CellState::pictureName(m_board->state(index));
+    const QString name = CellState::pictureName(m_model->state(index));
     if (!name.isEmpty())
         m_points[size_t(index)]->setPicture(PictureStore::picture(name));
 }

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "board/cell.h"
+#include "rules/cell.h"
 
+#include <QList>
 #include <QMetaObject>
 #include <QPixmap>
 #include <QPointer>
@@ -9,14 +10,15 @@
 
 #include <array>
 
-class Board;
+class MatchModel;
 class PointImage;
 class QLabel;
 
 // The board area at a match screen's top-left: background, the nine points `A1` .. `C3`,
 // the overlay `trans` that covers them when a game is not being played, and the status
-// label `infox` above it. Points are redrawn from the board's states as they change; a
-// point whose state is none of the five known texts keeps the picture it had.
+// label `infox` above it. It shows a match model: points are redrawn from their states as
+// they change (a point whose state is none of the five known texts keeps the picture it
+// had), the turn lock enables or disables the nine points, and the cover shows or hides.
 class BoardView : public QWidget
 {
     Q_OBJECT
@@ -26,17 +28,12 @@ public:
 
     explicit BoardView(QWidget *parent = nullptr);
 
-    // Draws every point from `board` now and follows its changes from then on.
-    void setBoard(const Board *board);
-    const Board *board() const { return m_board; }
+    // Shows `model` now and follows its changes from then on.
+    void setModel(const MatchModel *model);
 
     PointImage *point(int index) const { return m_points[size_t(index)]; }
     QWidget *trans() const { return m_trans; }
     QLabel *infox() const { return m_infox; }
-
-    // The turn lock: all nine points disabled / enabled, in the order A1 .. C3.
-    void LockBoard();
-    void UnlockBoard();
 
     void redraw(int index);
     void redrawAll();
@@ -51,11 +48,14 @@ protected:
 
 private:
     static QPixmap fallbackBackground();
+    // The turn lock: all nine points disabled or enabled together, in the order A1 .. C3.
+    void showLock(bool locked);
+    void showCover();
 
     QPixmap m_background;   // decoded once per board: the store does not keep backgrounds
     std::array<PointImage *, Cell::Count> m_points{};
     QWidget *m_trans = nullptr;
     QLabel *m_infox = nullptr;
-    QPointer<const Board> m_board;
-    QMetaObject::Connection m_boardConnection;
+    QPointer<const MatchModel> m_model;
+    QList<QMetaObject::Connection> m_connections;
 };

@@ -1,6 +1,6 @@
 #include "point_image.h"
 
-#include "board/cell.h"
+#include "rules/cell.h"
 
 #include <QMouseEvent>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #include "score_file.h"
 
-#include "board/total_text.h"
+#include "rules/total_text.h"
 #include "platform/rtf_document.h"
 #include "platform/settings.h"
 
@@ -91,9 +91,11 @@ ScoreFile::LoadResult ScoreFile::setAsideDamaged()
     return LoadResult::Damaged;
 }
 
-bool ScoreFile::add(qint64 delta)
+bool ScoreFile::store(const QString &total)
 {
-    m_text = TotalText::add(m_text, delta);
+    if (total == m_text)
+        return true;
+    m_text = total;
     return save();
 }
 

@@ -23,9 +23,10 @@ public:
     LoadResult load();
     // The total as text, always a whole number ("0" before loading).
     const QString &text() const { return m_text; }
-    // Adds to the total and saves it; false when the save failed (notice() says why). The
-    // total in memory changes either way, as the screen shows it.
-    bool add(qint64 delta);
+    // Keeps `total` and saves it when it differs from the total held; false when the save
+    // failed (notice() says why). The total in memory changes either way, as the screen
+    // shows it.
+    bool store(const QString &total);
     bool save();
 
     // A sentence for the player about the last load or save, empty when all went well.

@@ -8,8 +8,6 @@
 #include "platform/ftp_transfer.h"
 #include "platform/settings.h"
 
-#include <QCoreApplication>
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -23,9 +21,11 @@
 
 std::function<void(QWidget *, const QString &)> LobbyScreen::plainBox =
     [](QWidget *parent, const QString &text) {
-        QMessageBox box(QMessageBox::NoIcon, QGuiApplication::applicationDisplayName(), text,
-                        QMessageBox::Ok, parent);
-        box.exec();
+        auto *box = new QMessageBox(QMessageBox::NoIcon, QGuiApplication::applicationDisplayName(),
+                                    text, QMessageBox::Ok, parent);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setWindowModality(Qt::ApplicationModal);
+        box->show();
     };
 
 LobbyScreen::LobbyScreen(QWidget *parent)
@@ -41,6 +41,7 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     , Command3(new QPushButton(QStringLiteral("Command3"), this))
     , Hear(new ProbeResponder(this))
     , PingSy(new ProbeSender(this))
+    , m_connectDeadline(new QTimer(this))
 {
     setObjectName(QStringLiteral("WOL"));
     setWindowTitle(QStringLiteral("Online Host:"));
@@ -93,14 +94,10 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     connect(Command4, &QPushButton::clicked, this, &LobbyScreen::Command4_Click);
     connect(lstRemoteFile, &QListWidget::itemClicked, this, &LobbyScreen::lstRemoteFile_Click);
     connect(Hear, &ProbeResponder::pongHeard, this, &LobbyScreen::pongHeard);
+    m_connectDeadline->setSingleShot(true);
+    connect(m_connectDeadline, &QTimer::timeout, this, &LobbyScreen::reportListingConnect);
 
     Form_Load();
-}
-
-LobbyScreen::~LobbyScreen()
-{
-    if (m_connectWait)
-        m_connectWait->quit();
 }
 
 void LobbyScreen::Form_Load()
@@ -147,33 +144,36 @@ QStringList LobbyScreen::listedHosts() const
     return m_listed;
 }
 
-int LobbyScreen::waitForListingConnect(int timeoutMs)
+void LobbyScreen::watchListingConnect(int timeoutMs)
 {
-    if (m_listingOutcome == ConnectOutcome::Unknown && m_registry->Inet1()->StillExecuting()
-        && !m_connectWait) {
-        const QPointer<LobbyScreen> self(this);
-        QEventLoop loop;
-        QTimer deadline;
-        deadline.setSingleShot(true);
-        connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
-        deadline.start(timeoutMs);
-        m_connectWait = &loop;
-        loop.exec();
-        if (!self)
-            return 0;
-        m_connectWait = nullptr;
-    }
+    m_watchingConnect = true;
+    if (m_listingOutcome != ConnectOutcome::Unknown || !m_registry->Inet1()->StillExecuting())
+        m_connectDeadline->start(0);  // known already: reported from the event loop
+    else
+        m_connectDeadline->start(timeoutMs);
+}
+
+void LobbyScreen::reportListingConnect()
+{
+    if (!m_watchingConnect)
+        return;
+    m_watchingConnect = false;
+    m_connectDeadline->stop();
+    int error = 0;
     switch (m_listingOutcome) {
     case ConnectOutcome::Connected:
-        return 0;
+        break;
     case ConnectOutcome::Failed:
-        return FtpTransfer::UnableToConnect;
+        error = FtpTransfer::UnableToConnect;
+        break;
     case ConnectOutcome::Unknown:
+        // Still trying after the time given counts as out of reach; a listing that was
+        // cancelled or never started has nothing to report.
+        if (m_registry->Inet1()->StillExecuting())
+            error = FtpTransfer::UnableToConnect;
         break;
     }
-    // Still trying after the time given counts as out of reach; a listing that was
-    // cancelled or never started has nothing to report.
-    return m_registry->Inet1()->StillExecuting() ? int(FtpTransfer::UnableToConnect) : 0;
+    emit listingConnectKnown(error);
 }
 
 void LobbyScreen::noteListingOutcome(int state)
@@ -188,29 +188,36 @@ void LobbyScreen::noteListingOutcome(int state)
                                : ConnectOutcome::Connected;
     else
         return;
-    if (m_connectWait)
-        m_connectWait->quit();
+    if (m_watchingConnect)
+        m_connectDeadline->start(0);
 }
 
 void LobbyScreen::Inet1_StateChanged(int state)
 {
     noteListingOutcome(state);
+    drainListing(QString());
+}
 
-    // Drain whatever the listing holds, letting the screens breathe between chunks. Any
-    // event may run meanwhile, a further state change or the unloading of this screen.
-    const QPointer<LobbyScreen> self(this);
-    QString response;
-    for (;;) {
-        const QString chunk = m_registry->Inet1()->GetChunk(4096);
-        if (chunk.isEmpty())
-            break;
-        response += chunk;
-        QCoreApplication::processEvents();
-        if (!self)
-            return;
+// One chunk of the response per turn of the event loop: between chunks any event may come
+// first, a click, a further state change (whose drain takes the chunks left), or the
+// unloading of this screen (which drops the rest).
+void LobbyScreen::drainListing(QString response)
+{
+    const QString chunk = m_registry->Inet1()->GetChunk(4096);
+    if (chunk.isEmpty()) {
+        listingDrained(response);
+        return;
     }
+    response += chunk;
+    QMetaObject::invokeMethod(
+        this, [this, response = std::move(response)]() mutable { drainListing(std::move(response)); },
+        Qt::QueuedConnection);
+}
 
+void LobbyScreen::listingDrained(const QString &response)
+{
     // The list only grows while the lobby is loaded.
+    const QPointer<LobbyScreen> self(this);
     const QStringList lines = ParseListing(response);
     lstRemoteFile->addItems(lines);
     m_listed += lines;
@@ -247,8 +254,8 @@ void LobbyScreen::Command3_Click()
 void LobbyScreen::Command4_Click()
 {
     m_registry->Inet1()->Cancel();
-    if (m_connectWait)
-        m_connectWait->quit();
+    if (m_watchingConnect)
+        m_connectDeadline->start(0);
 }
 
 void LobbyScreen::lstRemoteFile_Click()

@@ -9,11 +9,11 @@ class FtpTransfer;
 class HostRegistry;
 class ProbeResponder;
 class ProbeSender;
-class QEventLoop;
 class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
+class QTimer;
 
 // The lobby screen `WOL` ("Online Host:"): lists the open games of the registry, hands them
 // to the setup screen's host list, publishes or withdraws an address by hand, and runs the
@@ -28,7 +28,6 @@ class LobbyScreen : public QWidget
 
 public:
     explicit LobbyScreen(QWidget *parent = nullptr);
-    ~LobbyScreen() override;
 
     // Sets `ID` to the address and publishes it (the host match screen opening).
     void publishHost(const QString &address);
@@ -42,34 +41,38 @@ public:
     void Withdraw(const QString &address);
     void List();
 
-    // Runs the event loop (windows keep repainting) until the first listing has reached the
-    // server or failed to. Returns 35754 when it could not connect (also when that is not
-    // known within timeoutMs), else 0.
-    int waitForListingConnect(int timeoutMs);
+    // Reports once, through listingConnectKnown and never from inside this call, whether
+    // the listing under way reached the registry: 35754 when it could not connect (also
+    // when that is not known within timeoutMs), else 0 (a cancelled listing included).
+    void watchListingConnect(int timeoutMs);
 
     HostRegistry *registry() const { return m_registry; }
     // The entries of `lstRemoteFile`, in order.
     QStringList listedHosts() const;
 
-    // The plain OK box (default title) of "Hapus" while a delete is under way; tests
-    // replace it to read what would be shown.
+    // The plain OK box (default title) of "Hapus" while a delete is under way, shown
+    // without waiting for it; tests replace it to read what would be shown.
     static std::function<void(QWidget *parent, const QString &text)> plainBox;
 
 signals:
     void hostListChanged(const QStringList &hosts);
     void pongHeard(const QString &address);
+    void listingConnectKnown(int error);
 
 private:
     enum class ConnectOutcome { Unknown, Connected, Failed };
 
     void Form_Load();
     void Inet1_StateChanged(int state);
+    void drainListing(QString response);
+    void listingDrained(const QString &response);
     void Command1_Click();
     void Command2_Click();
     void Command3_Click();
     void Command4_Click();
     void lstRemoteFile_Click();
     void noteListingOutcome(int state);
+    void reportListingConnect();
 
     HostRegistry *m_registry;
     QLabel *Label1;
@@ -85,5 +88,6 @@ private:
 
     QStringList m_listed;  // the entries of lstRemoteFile, in order
     ConnectOutcome m_listingOutcome = ConnectOutcome::Unknown;
-    QEventLoop *m_connectWait = nullptr;
+    QTimer *m_connectDeadline;
+    bool m_watchingConnect = false;
 };

@@ -1,21 +1,15 @@
 #include "host_screen.h"
 
-#include "board/board_play.h"
-#include "board/board_view.h"
 #include "match/clipped_label.h"
 #include "match/match_socket.h"
 #include "match/scoreboard.h"
-#include "match/wire_message.h"
+#include "model/match_model.h"
 #include "platform/settings.h"
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTimer>
-
-namespace {
-constexpr int ScoreReplyDelay = 10;
-}
 
 HostScreen::HostScreen(QWidget *parent)
     : MatchScreen(MatchSide::Host, parent)
@@ -31,16 +25,8 @@ HostScreen::HostScreen(QWidget *parent)
     connect(Command4, &QPushButton::clicked, this, &HostScreen::Command4_Click);
     connect(Command3, &QPushButton::clicked, this, &HostScreen::Command3_Click);
 
-    Command1->setEnabled(false);
-    m_view->trans()->show();
-    m_view->infox()->setText(QStringLiteral("Menunggu Koneksi User Client"));
-    m_view->infox()->show();
-
-    Senddata = new QTimer(this);
-    Senddata->setObjectName(QStringLiteral("Senddata"));
-    Senddata->setSingleShot(true);
-    connect(Senddata, &QTimer::timeout, this, &HostScreen::Senddata_Timer);
-
+    // "Connect!" stays once a joiner has come, also after it has gone again.
+    connect(m_model, &MatchModel::linkChanged, info, [this] { info->setText(QStringLiteral("Connect!")); });
     connect(m_data, &MatchSocket::connectionRequest, this, &HostScreen::data_ConnectionRequest);
 }
 
@@ -64,7 +50,7 @@ void HostScreen::loadSteps()
     setWindowTitle(QStringLiteral("Dorvala Online :: Host IP : ") + address + QStringLiteral(" :: ")
                    + Settings::localHostName());
     if (!m_data->listen(Settings::matchPort())) {
-        showOverlay(m_data->errorText());
+        m_model->cover(m_data->errorText());
         showStatus(tr("Tidak ada yang bisa bergabung. Tutup layar ini dan coba lagi."));
         // Nobody can reach this host, so it must not stay listed.
         emit closing(m_published);
@@ -81,42 +67,22 @@ void HostScreen::unloadSteps()
 
 void HostScreen::data_ConnectionRequest()
 {
-    if (!m_data->accept())
-        return;
-    send(WireMessage::hostName(Oname->text()));
-    info->setText(QStringLiteral("Connect!"));
-    m_view->trans()->hide();
-    m_view->infox()->hide();
-    Command1->setEnabled(true);
-    Command3->setEnabled(true);
-    cue(QStringLiteral("OL"));
+    if (m_data->accept())
+        m_model->accepted();
 }
 
 void HostScreen::data_Close()
 {
     m_data->close();
     MatchScreen::data_Close();
-    Command3->setEnabled(false);
-}
-
-void HostScreen::scoreReceived()
-{
-    Senddata->start(ScoreReplyDelay);
-}
-
-void HostScreen::Senddata_Timer()
-{
-    send(WireMessage::score(WR.text()));
-    Senddata->stop();
 }
 
 void HostScreen::Command3_Click()
 {
-    send(WireMessage::restart());
-    m_play->restart();
+    m_model->orderRestart();
 }
 
 void HostScreen::Command4_Click()
 {
-    m_view->trans()->show();
+    m_model->showTrans();
 }

@@ -23,18 +23,15 @@ signals:
 protected:
     void loadSteps() override;
     void unloadSteps() override;
-    void scoreReceived() override;
     void data_Close() override;
 
 private:
     void data_ConnectionRequest();
     void Command3_Click();
     void Command4_Click();
-    void Senddata_Timer();
 
     ClippedLabel *info = nullptr;
     QLabel *Label3 = nullptr;
     QPushButton *Command4 = nullptr;
-    QTimer *Senddata = nullptr;
     QString m_published;
 };

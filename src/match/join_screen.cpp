@@ -1,18 +1,15 @@
 #include "join_screen.h"
 
-#include "board/board_play.h"
-#include "board/board_view.h"
 #include "match/clipped_label.h"
 #include "match/match_socket.h"
 #include "match/scoreboard.h"
-#include "match/wire_message.h"
+#include "model/match_model.h"
 #include "platform/settings.h"
 
 #include <QLabel>
 #include <QTimer>
 
 namespace {
-constexpr int NameDelay = 1000;
 constexpr int ConnectWhenHiddenMs = 150;
 }
 
@@ -26,14 +23,7 @@ JoinScreen::JoinScreen(const QString &hostAddress, QWidget *parent)
     Label5 = label("Label5", QStringLiteral("Total Menang:"),
                    Scoreboard::caption(MatchSide::Join, Scoreboard::Mark::X));
 
-    m_view->infox()->setText(QStringLiteral("Kamu Kalah!"));
-
-    SD = new QTimer(this);
-    SD->setObjectName(QStringLiteral("SD"));
-    SD->setSingleShot(true);
-    connect(SD, &QTimer::timeout, this, &JoinScreen::SD_Timer);
-
-    connect(m_data, &MatchSocket::connected, this, &JoinScreen::data_Connect);
+    connect(m_data, &MatchSocket::connected, m_model, &MatchModel::connected);
     connect(m_data, &MatchSocket::failed, this, &JoinScreen::data_Error);
 }
 
@@ -47,7 +37,7 @@ void JoinScreen::loadSteps()
     loadChatHistory();
     loadCues();
     loadScore();
-    WRL->setText(WR.text());
+    WRL->setText(m_model->WR());
 
     m_data->close();
     setWindowTitle(QStringLiteral("Dorvala Online :: CLient IP : ") + Settings::localIp());
@@ -59,7 +49,7 @@ void JoinScreen::loadSteps()
     m_connectAfterShow->setSingleShot(true);
     connect(m_connectAfterShow, &QTimer::timeout, this, &JoinScreen::connectToHost);
     m_connectAfterShow->start(ConnectWhenHiddenMs);
-    m_play->LockBoard();
+    m_model->LockBoard();
 }
 
 void JoinScreen::paintEvent(QPaintEvent *event)
@@ -78,20 +68,8 @@ void JoinScreen::connectToHost()
     m_data->connectToHost(m_hostAddress, Settings::matchPort());
 }
 
-void JoinScreen::data_Connect()
-{
-    send(WireMessage::score(WR.text()));
-    SD->start(NameDelay);
-}
-
-void JoinScreen::SD_Timer()
-{
-    send(WireMessage::joinerName(Xname->text()));
-    SD->stop();
-}
-
 void JoinScreen::data_Error(const QString &sentence)
 {
     // The board stays locked; "Close" leads back to the setup screen.
-    showOverlay(sentence);
+    m_model->cover(sentence);
 }

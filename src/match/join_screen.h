@@ -22,13 +22,10 @@ protected:
 
 private:
     void connectToHost();
-    void data_Connect();
     void data_Error(const QString &sentence);
-    void SD_Timer();
 
     QLabel *Label2 = nullptr;
     QLabel *Label5 = nullptr;
-    QTimer *SD = nullptr;
     QTimer *m_connectAfterShow = nullptr;
     QString m_hostAddress;
 };

@@ -46,6 +46,20 @@ QStringList MatchCues::names()
     return list;
 }
 
+QString MatchCues::forEvent(GameEvent event)
+{
+    switch (event) {
+    case GameEvent::PiecePlaced: return QStringLiteral("MeC");
+    case GameEvent::MoveRefused: return QStringLiteral("MEX");
+    case GameEvent::OpponentMoved: return QStringLiteral("MEI");
+    case GameEvent::Won: return QStringLiteral("WIN");
+    case GameEvent::Lost: return QStringLiteral("Lose");
+    case GameEvent::ChatReceived: return QStringLiteral("mess");
+    case GameEvent::OpponentArrived: return QStringLiteral("OL");
+    }
+    return {};
+}
+
 void MatchCues::load(const QString &programFolder)
 {
     for (qsizetype i = 0; i < m_cues.size(); ++i)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/game_event.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -25,6 +27,8 @@ public:
 
     // WIN, MeC, MEX, MEI, Lose, mess, OL.
     static QStringList names();
+    // The one place where a game event chooses its sound.
+    static QString forEvent(GameEvent event);
 
 private:
     QList<SoundCue *> m_cues;  // in names() order; children of this object

@@ -1,16 +1,12 @@
 #include "match_screen.h"
 
-#include "board/board.h"
-#include "board/board_play.h"
 #include "board/board_view.h"
 #include "match/chat_history.h"
 #include "match/clipped_label.h"
-#include "match/match_chat.h"
 #include "match/match_cues.h"
 #include "match/match_socket.h"
 #include "match/scoreboard.h"
-#include "match/wire_message.h"
-#include "match/wire_receiver.h"
+#include "model/match_model.h"
 #include "platform/game_style.h"
 #include "platform/picture_store.h"
 #include "platform/settings.h"
@@ -60,6 +56,7 @@ QPixmap bubble(const QString &name, const QColor &fill)
 MatchScreen::MatchScreen(MatchSide side, QWidget *parent)
     : QWidget(parent, Qt::Window)
     , m_side(side)
+    , m_model(new MatchModel(side, this))
     , m_background(PictureStore::picture(QStringLiteral("Match")))
 {
     setObjectName(side == MatchSide::Host ? QStringLiteral("host") : QStringLiteral("Join"));
@@ -151,36 +148,7 @@ void MatchScreen::buildControls()
     connect(m_data, &MatchSocket::peerClosed, this, &MatchScreen::data_Close);
 
     m_cues = new MatchCues(this);
-
-    BoardPlay::Controls board;
-    board.view = m_view;
-    board.LastMsg = &LastMsg;
-    board.WR = &WR;
-    board.WRL2 = WRL2;
-    board.Xname = Xname;
-    board.Oname = Oname;
-    // A move leaves before this screen repaints its own board: the peer sees it sooner.
-    // Only moves: the protocol has no framing, and the opening exchange relies on its
-    // messages arriving apart.
-    board.send = [this](const QString &move) {
-        if (send(move))
-            m_data->flush();
-    };
-    board.cue = [this](const QString &name) { cue(name); };
-    m_play = new BoardPlay(host ? BoardPlay::Side::Host : BoardPlay::Side::Joiner, board, this);
-    connect(m_play, &BoardPlay::scoreFileProblem, this, &MatchScreen::showStatus);
-
-    MatchChat::Controls chat;
-    chat.Text1 = Text1;
-    chat.OutM = OutM;
-    chat.MOUT = MOUT;
-    chat.TM2 = TM2;
-    chat.message = message;
-    chat.TM = TM;
-    chat.ownBubble = host ? Omsg : Xmsg;
-    chat.opponentBubble = host ? Xmsg : Omsg;
-    chat.LastMsg = &LastMsg;
-    m_chat = new MatchChat(chat, this);
+    bindModel();
 
     // The turn picture and the shown total follow their sources when these change, rather
     // than by polling: an idle match costs nothing.
@@ -194,9 +162,94 @@ void MatchScreen::buildControls()
     Timer6->setSingleShot(true);
     Timer6->setInterval(0);
     connect(Timer6, &QTimer::timeout, this, &MatchScreen::Timer6_Timer);
-    // A score changes only with a scored pattern, which always rewrites points.
-    connect(&m_play->board(), &Board::stateChanged, Timer6, qOverload<>(&QTimer::start));
+    connect(m_model, &MatchModel::ownTotalChanged, Timer6, qOverload<>(&QTimer::start));
     Timer5_Timer();
+}
+
+void MatchScreen::bindModel()
+{
+    // A move leaves before this screen repaints its own board: the peer sees it sooner.
+    // Only moves: the protocol has no framing, and the opening exchange relies on its
+    // messages arriving apart.
+    m_model->setSender([this](const QString &text, bool now) {
+        if (!m_data->send(text))
+            return false;
+        if (now)
+            m_data->flush();
+        return true;
+    });
+    m_view->setModel(m_model);
+    connect(m_view, &BoardView::pointClicked, m_model, &MatchModel::click);
+
+    auto showNames = [this] {
+        Oname->setText(m_model->Oname());
+        Xname->setText(m_model->Xname());
+    };
+    showNames();
+    connect(m_model, &MatchModel::namesChanged, this, showNames);
+    connect(m_model, &MatchModel::opponentTotalChanged, WRL2, &QLabel::setText);
+    connect(m_model, &MatchModel::ownTotalChanged, this, [this](const QString &total) {
+        if (!m_scoreFile.store(total))
+            showStatus(m_scoreFile.notice());
+    });
+    connect(m_model, &MatchModel::happened, this, [this](GameEvent event) {
+        cue(MatchCues::forEvent(event));
+    });
+    connect(m_model, &MatchModel::chatLogged, this, [this](const QString &line) {
+        if (CH)
+            CH->append(line);
+    });
+    connect(m_model, &MatchModel::linkChanged, this, &MatchScreen::showLink);
+    showLink();
+
+    const bool host = m_side == MatchSide::Host;
+    QLabel *ownBubble = host ? Omsg : Xmsg;
+    QLabel *opponentBubble = host ? Xmsg : Omsg;
+    Typewriter &in = m_model->incoming();
+    connect(&in, &Typewriter::started, this, [this, opponentBubble] {
+        // From now on `message` is read on its bubble, no longer on the dark background.
+        message->setStyleSheet(QStringLiteral("color: #202020;"));
+        opponentBubble->show();
+        message->show();
+        TM->setText(QStringLiteral("0"));
+    });
+    connect(&in, &Typewriter::typed, this, [this](const QString &text) {
+        TM->setText(QString::number(m_model->incoming().counter()));
+        message->setText(text);
+    });
+    connect(&in, &Typewriter::hidden, this, [this, opponentBubble] {
+        opponentBubble->hide();
+        message->hide();
+    });
+    Typewriter &out = m_model->outgoing();
+    connect(&out, &Typewriter::started, this, [this, ownBubble] {
+        TM2->setText(QStringLiteral("0"));
+        OutM->setText(m_model->OutM());
+        Text1->clear();
+        ownBubble->show();
+        MOUT->show();
+    });
+    connect(&out, &Typewriter::typed, this, [this](const QString &text) {
+        TM2->setText(QString::number(m_model->outgoing().counter()));
+        MOUT->setText(text);
+    });
+    connect(&out, &Typewriter::finished, Text1, &QLineEdit::clear);
+    connect(&out, &Typewriter::hidden, this, [this, ownBubble] {
+        ownBubble->hide();
+        MOUT->hide();
+    });
+}
+
+void MatchScreen::showLink()
+{
+    // The host's chat and restart wait for a joiner; the joiner may type from the start.
+    // Once the peer has gone, nothing more can be said.
+    const MatchModel::Link link = m_model->link();
+    const bool closed = link == MatchModel::Link::Closed;
+    const bool connected = link == MatchModel::Link::Connected;
+    Text1->setEnabled(!closed);
+    Command1->setEnabled(m_side == MatchSide::Host ? connected : !closed);
+    Command3->setEnabled(m_side == MatchSide::Host && connected);
 }
 
 void MatchScreen::Form_Load()
@@ -209,7 +262,7 @@ void MatchScreen::Form_Load()
 
 void MatchScreen::setOwnName(const QString &name)
 {
-    (m_side == MatchSide::Host ? Oname : Xname)->setText(name);
+    m_model->setOwnName(name);
 }
 
 void MatchScreen::setChatHistory(ChatHistory *history)
@@ -241,71 +294,28 @@ void MatchScreen::loadCues()
 
 void MatchScreen::loadScore()
 {
-    m_play->loadScore();
+    m_scoreFile.load();
+    if (!m_scoreFile.notice().isEmpty())
+        showStatus(m_scoreFile.notice());
+    m_model->setWR(m_scoreFile.text());
 }
 
 void MatchScreen::data_DataArrival()
 {
-    LastMsg = m_data->receive();
-    const QList<WireEffect> effects = WireReceiver::effects(m_side, LastMsg);
-    for (const WireEffect &effect : effects)
-        apply(effect);
-}
-
-void MatchScreen::apply(const WireEffect &effect)
-{
-    using Kind = WireEffect::Kind;
-    switch (effect.kind) {
-    case Kind::OpponentTotal:
-        WRL2->setText(effect.text);
-        break;
-    case Kind::ReplyScore:
-        scoreReceived();
-        break;
-    case Kind::SendScore:
-        send(WireMessage::score(WR.text()));
-        break;
-    case Kind::Restart:
-        m_play->restart();
-        break;
-    case Kind::Chat:
-        // From now on `message` is read on its bubble, no longer on the dark background.
-        message->setStyleSheet(QStringLiteral("color: #202020;"));
-        m_chat->showReceived();
-        cue(QStringLiteral("mess"));
-        break;
-    case Kind::LogChat:
-        if (CH)
-            CH->append(Xname->text() + QStringLiteral(": ") + effect.text + QStringLiteral("\r\n"));
-        break;
-    case Kind::OpponentName:
-        (m_side == MatchSide::Host ? Xname : Oname)->setText(effect.text);
-        break;
-    case Kind::Move:
-        m_play->receiveMove();
-        break;
-    }
+    m_model->receive(m_data->receive());
 }
 
 void MatchScreen::data_Close()
 {
-    showOverlay(QStringLiteral("Koneksi Terputus"));
-    Command1->setEnabled(false);
-    Text1->setEnabled(false);
+    m_model->peerClosed();
 }
 
 void MatchScreen::Command1_Click()
 {
     if (Text1->text().isEmpty())
         return;
-    const QString line = WireMessage::chat(Text1->text());
-    if (!send(line)) {
+    if (!m_model->sendChat(Text1->text()))
         showStatus(tr("Belum terhubung: pesan tidak terkirim."));
-        return;
-    }
-    if (m_side == MatchSide::Host && CH)
-        CH->append(Oname->text() + QStringLiteral(": ") + line.mid(4) + QStringLiteral("\r\n"));
-    m_chat->showSent(Text1->text());
 }
 
 void MatchScreen::Command2_Click()
@@ -339,13 +349,7 @@ void MatchScreen::Timer5_Timer()
 
 void MatchScreen::Timer6_Timer()
 {
-    WRL->setText(WR.text());
-}
-
-bool MatchScreen::send(const QString &message)
-{
-    // Without a peer the message is dropped: a move or a line has nowhere to go.
-    return m_data->send(message);
+    WRL->setText(m_model->WR());
 }
 
 void MatchScreen::cue(const QString &name)
@@ -358,13 +362,6 @@ void MatchScreen::showStatus(const QString &sentence)
 {
     status->setText(sentence);
     status->setToolTip(sentence);
-}
-
-void MatchScreen::showOverlay(const QString &sentence)
-{
-    m_view->trans()->show();
-    m_view->infox()->show();
-    m_view->infox()->setText(sentence);
 }
 
 QLabel *MatchScreen::label(const char *name, const QString &text, const QRect &geometry)

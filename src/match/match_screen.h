@@ -1,30 +1,30 @@
 #pragma once
 
 #include "board/score_file.h"
-#include "match/match_side.h"
+#include "rules/match_side.h"
+#include "model/game_event.h"
 
 #include <QPixmap>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
 
-class BoardPlay;
 class BoardView;
 class ChatHistory;
 class ClippedLabel;
-class MatchChat;
 class MatchCues;
+class MatchModel;
 class MatchSocket;
 class QLabel;
 class QLineEdit;
 class QPushButton;
 class QTimer;
-struct WireEffect;
 
 // What the host's screen and the joiner's share: the board at the top-left, the players'
 // names and totals, the turn picture, the chat line with its bubbles, the buttons, and the
-// match connection `data` with the receiver of its messages. The two sides differ only in
-// their load steps, how the connection is made, and a few controls of their own.
+// match connection `data`. The match itself is the model; the screen shows it, hands it
+// the player's clicks and the socket's events, and sounds its events. The two sides
+// differ only in their load steps, how the connection is made, and a few controls.
 //
 // Form_Load() is the load step: the owner connects to the signals first, then calls it.
 class MatchScreen : public QWidget
@@ -42,12 +42,9 @@ public:
     // The program's one chat history; the owner keeps it alive longer than this screen.
     void setChatHistory(ChatHistory *history);
 
-    BoardPlay *play() const { return m_play; }
+    MatchModel *model() const { return m_model; }
     BoardView *view() const { return m_view; }
-    // The own total `WR`, as loaded from and saved to the score file.
-    const ScoreFile &score() const { return WR; }
     MatchSocket *socket() const { return m_data; }
-    const QString &lastMessage() const { return LastMsg; }
 
     // Unload steps (withdrawal, socket); run once, whether the screen is closed from its
     // title bar, by "Close", or deleted by its owner.
@@ -66,8 +63,6 @@ protected:
 
     virtual void loadSteps() = 0;
     virtual void unloadSteps() {}
-    // The host answers a Score a moment later; the joiner does not answer.
-    virtual void scoreReceived() {}
     virtual void data_Close();
 
     // Shared pieces of the load steps.
@@ -83,12 +78,10 @@ protected:
     void Timer5_Timer();
     void Timer6_Timer();
 
-    bool send(const QString &message);
     void cue(const QString &name);
     // A sentence for the player that is not part of the game's own texts.
     void showStatus(const QString &sentence);
     // Covers the board with `sentence` over it, as a lost connection does.
-    void showOverlay(const QString &sentence);
     QLabel *label(const char *name, const QString &text, const QRect &geometry);
     ClippedLabel *clippedLabel(const char *name, const QString &text, const QRect &geometry);
     QPushButton *button(const char *name, const QString &caption, const QRect &geometry);
@@ -98,14 +91,13 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
     const MatchSide m_side;
-    QString LastMsg;
-    ScoreFile WR;
+    // Where the own total `WR` of the model is kept between runs.
+    ScoreFile m_scoreFile;
 
+    MatchModel *m_model = nullptr;
     BoardView *m_view = nullptr;
-    BoardPlay *m_play = nullptr;
     MatchSocket *m_data = nullptr;
     MatchCues *m_cues = nullptr;
-    MatchChat *m_chat = nullptr;
     QPointer<ChatHistory> CH;
 
     QPushButton *Command1 = nullptr;
@@ -133,7 +125,8 @@ protected:
 
 private:
     void buildControls();
-    void apply(const WireEffect &effect);
+    void bindModel();
+    void showLink();
 
     QPixmap m_background;   // decoded once per screen: the store does not keep backgrounds
     bool m_loaded = false;

@@ -1,6 +1,6 @@
 #include "match_socket.h"
 
-#include "match/wire_message.h"
+#include "wire/wire_message.h"
 
 #include <QHostAddress>
 #include <QRegularExpression>

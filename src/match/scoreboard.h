@@ -1,6 +1,6 @@
 #pragma once
 
-#include "match/match_side.h"
+#include "rules/match_side.h"
 
 #include <QRect>
 #include <QString>

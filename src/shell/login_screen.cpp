@@ -180,13 +180,10 @@ QLabel *LoginScreen::choice(const QString &name, const QString &picture, const Q
     return image;
 }
 
-int LoginScreen::Form_Load()
+void LoginScreen::Form_Load()
 {
-    const int error = m_screens.loadLobbyHidden();
-    if (error != 0)
-        return error;
+    m_screens.loadLobbyHidden();
     m_mip->setText(Settings::localIp());
-    return 0;
 }
 
 void LoginScreen::moveMarkerTo(QWidget *image)

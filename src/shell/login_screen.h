@@ -20,8 +20,9 @@ class LoginScreen : public QWidget
 public:
     explicit LoginScreen(Screens &screens);
 
-    // Returns 0, or the error that stopped the load (the lobby's registry out of reach).
-    int Form_Load();
+    // Loads the lobby hidden (whose listing's outcome the screens' registry follows) and
+    // fills in this machine's address.
+    void Form_Load();
 
     void Image1_Click();
     void Image2_Click();

@@ -11,15 +11,33 @@
 #include "match/host_screen.h"
 #include "match/join_screen.h"
 
-#include <QLineEdit>
-
+#include <QAbstractSocket>
 #include <QApplication>
+#include <QLineEdit>
 #include <QEventLoopLocker>
 #include <QMessageBox>
+#include <QSignalBlocker>
+#include <QTcpServer>
 #include <QTimer>
 
 #include <memory>
 #include <utility>
+
+namespace {
+
+// An unloaded screen's sockets go at once, not when its deferred deletion comes: a screen
+// loaded again right away listens on the same ports. The screen hears nothing of it.
+void releaseSockets(QWidget *screen)
+{
+    for (QTcpServer *server : screen->findChildren<QTcpServer *>())
+        server->close();
+    for (QAbstractSocket *socket : screen->findChildren<QAbstractSocket *>()) {
+        const QSignalBlocker quiet(socket);
+        socket->abort();
+    }
+}
+
+} // namespace
 
 Screens::Screens(QObject *parent)
     : QObject(parent)
@@ -82,6 +100,7 @@ LobbyScreen *Screens::WOL()
             if (m_login)
                 m_login->addHost(address);
         });
+        connect(m_wol, &LobbyScreen::listingConnectKnown, this, &Screens::WOL_ListingConnectKnown);
     }
     return m_wol;
 }
@@ -133,8 +152,7 @@ void Screens::wireMatchScreen(MatchScreen *screen)
 void Screens::host_Opened(const QString &localAddress)
 {
     // A fresh lobby lists the registry again and carries the publication.
-    unload(m_wol);
-    LobbyScreen *lobby = WOL();
+    LobbyScreen *lobby = reloadLobby();
     lobby->show();
     lobby->hide();
     lobby->publishHost(localAddress);
@@ -177,27 +195,50 @@ void Screens::unload(QWidget *screen)
     if (screen == m_login) m_login = nullptr;
     if (screen == m_abt) m_abt = nullptr;
     if (screen == m_form1) m_form1 = nullptr;
-    if (screen == m_wol) m_wol = nullptr;
+    if (screen == m_wol) {
+        // A lobby on its way out no longer fills the host list nor reports its listing.
+        disconnect(m_wol, nullptr, this, nullptr);
+        m_wol = nullptr;
+    }
     if (screen == m_host) m_host = nullptr;
     if (screen == m_join) m_join = nullptr;
+    // The deletion waits for the event loop (the screen may be in one of its own handlers
+    // right now); what it holds of the network does not.
+    releaseSockets(screen);
     screen->deleteLater();
 }
 
-int Screens::openLogin()
+void Screens::openLogin()
 {
-    const int error = m_login ? 0 : loadLogin();
-    if (m_login)
+    if (m_loginOpening)
+        return;  // a "Mulai" is under way already
+    if (m_login) {
         m_login->show();
-    return error;
+        emit loginOpened(0);
+        return;
+    }
+    m_loginOpening = true;
+    loadLogin();
 }
 
-int Screens::loadLogin()
+void Screens::loadLogin()
 {
     m_login = new LoginScreen(*this);
-    const int error = m_login->Form_Load();
+    m_login->Form_Load();
+}
+
+void Screens::WOL_ListingConnectKnown(int error)
+{
+    if (error != 0)
+        unload(m_wol);  // the next "Mulai" tries the registry afresh
+    if (!m_loginOpening)
+        return;
+    m_loginOpening = false;
     if (error != 0)
         unload(m_login);
-    return error;
+    else if (m_login && !m_quitting)
+        m_login->show();
+    emit loginOpened(error);
 }
 
 void Screens::showAbout()
@@ -247,8 +288,10 @@ void Screens::closeAllAndQuit()
 
 std::function<void(QWidget *, const QString &, const QString &)> Screens::criticalBox =
     [](QWidget *parent, const QString &title, const QString &text) {
-        QMessageBox box(QMessageBox::Critical, title, text, QMessageBox::Ok, parent);
-        box.exec();
+        auto *box = new QMessageBox(QMessageBox::Critical, title, text, QMessageBox::Ok, parent);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setWindowModality(Qt::ApplicationModal);
+        box->show();
     };
 
 void Screens::showInternetError(QWidget *parent)
@@ -258,12 +301,9 @@ void Screens::showInternetError(QWidget *parent)
                                "Silahkan melakukan koneksi ke Internet terlebih dahulu"));
 }
 
-int Screens::loadLobbyHidden()
+void Screens::loadLobbyHidden()
 {
-    const int error = WOL()->waitForListingConnect(RegistryWaitMs);
-    if (error != 0)
-        unload(m_wol);  // the next "Mulai" tries the registry afresh
-    return error;
+    WOL()->watchListingConnect(RegistryWaitMs);
 }
 
 void Screens::showLobby()
@@ -275,8 +315,17 @@ void Screens::showLobby()
 
 void Screens::reloadLobbyHidden()
 {
+    reloadLobby();
+}
+
+LobbyScreen *Screens::reloadLobby()
+{
     unload(m_wol);
-    WOL();
+    LobbyScreen *lobby = WOL();
+    // A "Mulai" that waited for the old lobby's listing learns its answer from the new one.
+    if (m_loginOpening)
+        lobby->watchListingConnect(RegistryWaitMs);
+    return lobby;
 }
 
 void Screens::startHost(const QString &name, QPoint position, bool place)

@@ -51,9 +51,9 @@ public:
     void unload(QWidget *screen);
     QList<QWidget *> loadedScreens() const;
 
-    // Title "Mulai": loads the setup screen (which loads the lobby) and shows it.
-    // Returns 0, or the error that stopped it (InternetError when the registry is out of reach).
-    int openLogin();
+    // Title "Mulai": loads the setup screen (which loads the lobby hidden) and shows it once
+    // the lobby's listing has reached the registry. Returns at once; loginOpened follows.
+    void openLogin();
     // Title "Kreator": loads the about screen, or brings the open one to the front.
     void showAbout();
     // "Keluar": leave the event loop at once, without the screens' close handlers.
@@ -62,9 +62,9 @@ public:
     // a host's registry withdrawal is under way).
     void closeAllAndQuit();
 
-    // The lobby as the setup screen uses it: loaded hidden (0 or InternetError), shown,
-    // or unloaded and loaded hidden again.
-    int loadLobbyHidden();
+    // The lobby as the setup screen uses it: loaded hidden (its listing's outcome decides
+    // a pending openLogin), shown, or unloaded and loaded hidden again.
+    void loadLobbyHidden();
     void showLobby();
     void reloadLobbyHidden();
     // The match screens as the setup screen opens them; `place` puts them at `position`.
@@ -73,17 +73,26 @@ public:
     void startJoin(const QString &name, QPoint position, bool place);
 
     static void showInternetError(QWidget *parent);
-    // The critical-stop message box; tests replace it to read what would be shown.
+    // The critical-stop message box, shown without waiting for the player's answer; tests
+    // replace it to read what would be shown.
     static std::function<void(QWidget *, const QString &title, const QString &text)> criticalBox;
 
+signals:
+    // The end of openLogin: 0 with the setup screen shown, else the error that stopped it
+    // (InternetError: the registry is out of reach), the setup screen then unloaded.
+    void loginOpened(int error);
+
 private:
-    int loadLogin();
+    void loadLogin();
+    LobbyScreen *reloadLobby();
+    void WOL_ListingConnectKnown(int error);
     void wireMatchScreen(MatchScreen *screen);
     void host_Opened(const QString &localAddress);
     void host_Closing(const QString &localAddress);
 
     bool m_ending = false;
     bool m_quitting = false;
+    bool m_loginOpening = false;  // openLogin waits for the lobby's listing
 
     QPointer<TitleScreen> m_openi;
     QPointer<LoginScreen> m_login;

@@ -136,8 +136,19 @@ void TitleScreen::mouseMoveEvent(QMouseEvent *event)
 void TitleScreen::Play_Click()
 {
     // Opening the setup screen also loads the lobby, whose first listing may fail to reach
-    // the registry: only that failure is reported, and the title screen then stays.
-    const int error = m_screens.openLogin();
+    // the registry; the answer comes later, and this screen keeps running meanwhile.
+    if (m_playing)
+        return;
+    m_playing = true;
+    connect(&m_screens, &Screens::loginOpened, this, &TitleScreen::Play_Done,
+            Qt::SingleShotConnection);
+    m_screens.openLogin();
+}
+
+void TitleScreen::Play_Done(int error)
+{
+    // Only the registry's failure is reported, and the title screen then stays.
+    m_playing = false;
     if (error == 0) {
         m_screens.unload(this);
         return;

@@ -35,6 +35,7 @@ protected:
 
 private:
     void openMakerPage();
+    void Play_Done(int error);
 
     Screens &m_screens;
     QTimer *m_timer1;
@@ -43,6 +44,7 @@ private:
     QLabel *m_label1;
     WebView *m_wb = nullptr;   // made after the first frame
     bool m_loaded = false;
+    bool m_playing = false;    // "Mulai" waits for the setup screen to open
     ImageButton *m_play;
     ImageButton *m_quit;
     ImageButton *m_about;

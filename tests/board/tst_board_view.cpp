@@ -1,8 +1,8 @@
-#include "board/board.h"
 #include "board/board_view.h"
-#include "board/cell.h"
 #include "board/point_image.h"
+#include "model/match_model.h"
 #include "platform/picture_store.h"
+#include "rules/cell.h"
 
 #include <QLabel>
 #include <QSignalSpy>
@@ -39,66 +39,67 @@ void TestBoardView::pictureFollowsState()
 {
     QFETCH(QString, state);
     QFETCH(QString, picture);
-    Board board;
+    MatchModel model(MatchSide::Join);
     BoardView view;
-    view.setBoard(&board);
+    view.setModel(&model);
     const int b3 = Cell::indexOf(u"B3");
-    board.setState(b3, QStringLiteral("O"));
-    board.setState(b3, state);
+    model.board().setState(b3, QStringLiteral("O"));
+    model.board().setState(b3, state);
     QCOMPARE(view.point(b3)->picture().cacheKey(), PictureStore::picture(picture).cacheKey());
 }
 
 void TestBoardView::everyPointDrawnWhenBound()
 {
-    Board board = Board::fromString(u"X.o/.../..O");
+    MatchModel model(MatchSide::Join);
+    model.board().setStates(*Board::parse(u"X.o/.../..O"));
     BoardView view;
-    view.setBoard(&board);
+    view.setModel(&model);
     const QStringList expected{"X", "N", "N", "N", "N", "N", "O2", "N", "O"};
     for (int i = 0; i < Cell::Count; ++i) {
         QCOMPARE(view.point(i)->objectName(), Cell::name(i));
         QCOMPARE(view.point(i)->geometry(), Cell::rect(i));
         QCOMPARE(view.point(i)->picture().cacheKey(), PictureStore::picture(expected[i]).cacheKey());
     }
-    board.clear();
+    model.restart();
     for (int i = 0; i < Cell::Count; ++i)
         QCOMPARE(view.point(i)->picture().cacheKey(), PictureStore::picture("N").cacheKey());
 }
 
 void TestBoardView::overlaySwallowsClicks()
 {
-    Board board;
+    MatchModel model(MatchSide::Host);  // covered until a joiner comes
     BoardView view;
-    view.setBoard(&board);
+    view.setModel(&model);
     view.show();
     QVERIFY(QTest::qWaitForWindowExposed(&view));
     QSignalSpy clicks(&view, &BoardView::pointClicked);
     const QPoint c2 = Cell::rect(Cell::indexOf(u"C2")).center();
 
     // Through the window, so that the click lands on whatever lies on top at that spot.
-    view.trans()->show();
-    view.infox()->show();
-    view.infox()->setText(QStringLiteral("Anda Menang!"));
+    QVERIFY(view.trans()->isVisible() && view.infox()->isVisible());
     QTest::mouseClick(view.windowHandle(), Qt::LeftButton, {}, c2);
     QCOMPARE(clicks.count(), 0);
 
-    view.trans()->hide();
-    view.infox()->hide();
+    model.accepted();
+    QVERIFY(view.trans()->isHidden() && view.infox()->isHidden());
     QTest::mouseClick(view.windowHandle(), Qt::LeftButton, {}, c2);
     QCOMPARE(clicks.count(), 1);
     QCOMPARE(clicks.first().first().toInt(), Cell::indexOf(u"C2"));
 
-    view.LockBoard();
+    model.LockBoard();
     QTest::mouseClick(view.windowHandle(), Qt::LeftButton, {}, c2);
     QCOMPARE(clicks.count(), 1);
 }
 
 void TestBoardView::lockIsInvisible()
 {
-    Board board = Board::fromString(u"X../.O./..o");
+    MatchModel model(MatchSide::Join);
+    model.board().setStates(*Board::parse(u"X../.O./..o"));
     BoardView view;
-    view.setBoard(&board);
+    view.setModel(&model);
     const QImage unlocked = view.grab().toImage();
-    view.LockBoard();
+    model.LockBoard();
+    QVERIFY(!view.point(0)->isEnabled());
     QCOMPARE(view.grab().toImage(), unlocked);
 }
 

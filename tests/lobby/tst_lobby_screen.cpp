@@ -107,20 +107,16 @@ void TestLobbyScreen::listing()
     sorted.sort();
     QCOMPARE(sorted, names);
 
+    // Every listed address is this machine (loopback), whose own responder takes the
+    // probes: not one byte reaches it, and it keeps listening.
     auto *hear = wol->findChild<ProbeResponder *>(QStringLiteral("Hear"));
     auto *pingSy = wol->findChild<ProbeSender *>(QStringLiteral("PingSy"));
     QTRY_COMPARE_WITH_TIMEOUT(pingSy->pending(), 0, Patience);
-    if (names.isEmpty()) {
-        // Only the pass with no address: nothing reached this machine's responder.
-        QVERIFY(pingSy->passesBegun() >= 1);
-        QCOMPARE(pingSy->pingsSent(), 0);
-        QVERIFY(hear->isListening());
-    } else {
-        // The listed loopback addresses are this machine: the first "Ping" reaches its own
-        // responder, which does not answer that spelling and stops listening.
-        QTRY_COMPARE_WITH_TIMEOUT(hear->arrivals(), 1, Patience);
-        QVERIFY(!hear->isListening());
-
+    QVERIFY(pingSy->passesBegun() >= names.size() + 1);
+    QTest::qWait(100);
+    QCOMPARE(hear->arrivals(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(hear->isListening(), Patience);
+    if (!names.isEmpty()) {
         auto *list = wol->findChild<QListWidget *>(QStringLiteral("lstRemoteFile"));
         wol->show();
         QVERIFY(QTest::qWaitForWindowExposed(wol.get()));
@@ -232,8 +228,15 @@ void TestLobbyScreen::listingConnect()
     QTimer ticker;
     connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
     ticker.start(5);
-    QCOMPARE(wol->waitForListingConnect(Patience), outcome);
-    QCOMPARE(wol->waitForListingConnect(Patience), outcome);
+    // Told once per question, never from inside the call, the second time too.
+    QSignalSpy known(wol.get(), &LobbyScreen::listingConnectKnown);
+    for (int asked = 1; asked <= 2; ++asked) {
+        wol->watchListingConnect(Patience);
+        QCOMPARE(known.size(), asked - 1);
+        QVERIFY(known.wait(Patience));
+        QCOMPARE(known.size(), asked);
+        QCOMPARE(known.last().at(0).toInt(), outcome);
+    }
 
     if (server == u"silent") {
         // The screens keep running while the listing hangs; Refresh drops it at once.

@@ -3,7 +3,6 @@
 #include "match/join_screen.h"
 
 #include "support/match_fixture.h"
-#include "support/match_peer.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -12,18 +11,15 @@
 
 using F = MatchFixture;
 
+// The chat between two screens: what is typed goes out, is logged on the host only, and
+// is typed into the bubbles. The typewriters' steps are the model's; here the screens.
 class TestMatchChat : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void hostSends_data();
-    void hostSends();
-    void hostReceivesAndTypes_data();
-    void hostReceivesAndTypes();
-    void moveTakesOverTheBubble();
-    void joinerLogsNothing();
-    void lineBeforeConnectionIsDropped();
+    void bothWays();
+    void lineBeforeConnectionIsKept();
 
 private:
     // What `label` shows after each tick of `timer`, until the timer stops.
@@ -43,95 +39,7 @@ QStringList TestMatchChat::typed(MatchScreen *screen, const char *timer, const c
     return steps;
 }
 
-void TestMatchChat::hostSends_data()
-{
-    QTest::addColumn<bool>("byEnter");
-    QTest::newRow("Send") << false;
-    QTest::newRow("Enter") << true;
-}
-
-void TestMatchChat::hostSends()
-{
-    QFETCH(bool, byEnter);
-    F f;
-    MatchPeer peer;
-    QVERIFY(f.openHostWithPeer(peer, QStringLiteral("Bob")));
-    HostScreen *host = f.host.get();
-    auto *box = host->findChild<QLineEdit *>(QStringLiteral("Text1"));
-    // An empty box sends and logs nothing, by either way.
-    F::click(host, "Command1");
-    QTest::keyClick(box, Qt::Key_Return);
-    QTest::keyClicks(box, QStringLiteral("hi"));
-    if (byEnter)
-        QTest::keyClick(box, Qt::Key_Return);
-    else
-        F::click(host, "Command1");
-
-    QTRY_COMPARE_WITH_TIMEOUT(peer.messages.size(), 2, 10000);
-    QCOMPARE(peer.messages.last(), QStringLiteral("msg: hi"));  // the first was the greeting
-    QCOMPARE(f.chat->log(), QStringLiteral("Ani:  hi\r\n"));
-    QCOMPARE(box->text(), QString());
-    QCOMPARE(F::text(host, "OutM"), QStringLiteral("hi"));
-    QVERIFY(F::visible(host, "Omsg"));
-    QVERIFY(F::visible(host, "MOUT"));
-    QCOMPARE(typed(host, "Timer2", "MOUT"), (QStringList{"h", "hi"}));
-    // Whole for two seconds, then gone with its bubble.
-    QVERIFY(F::visible(host, "Omsg"));
-    QTRY_VERIFY_WITH_TIMEOUT(!F::visible(host, "Omsg"), 10000);
-    QVERIFY(!F::visible(host, "MOUT"));
-}
-
-void TestMatchChat::hostReceivesAndTypes_data()
-{
-    QTest::addColumn<QString>("wire");
-    QTest::addColumn<QString>("logged");
-    QTest::newRow("hi") << "msg: hi" << "Bob:  hi\r\n";
-    QTest::newRow("no space") << "msg:x" << "Bob: x\r\n";
-    QTest::newRow("empty text") << "msg:" << "Bob: \r\n";
-}
-
-void TestMatchChat::hostReceivesAndTypes()
-{
-    QFETCH(QString, wire);
-    F f;
-    MatchPeer peer;
-    QVERIFY(f.openHostWithPeer(peer, QStringLiteral("Bob")));
-    HostScreen *host = f.host.get();
-    QSignalSpy cues(host, &MatchScreen::cued);
-
-    peer.send(wire);
-    QTRY_VERIFY_WITH_TIMEOUT(F::visible(host, "Xmsg"), 10000);
-    QTEST(f.chat->log(), "logged");
-    QCOMPARE(cues.count(), 1);
-    QCOMPARE(cues.first().first().toString(), QStringLiteral("mess"));
-
-    // The bubble types the whole message, prefix included, one letter a tick.
-    QStringList expected;
-    for (int n = 1; n <= wire.size(); ++n)
-        expected << wire.left(n);
-    QCOMPARE(typed(host, "Timer1", "message"), expected);
-    QVERIFY(F::visible(host, "message"));
-    QTRY_VERIFY_WITH_TIMEOUT(!F::visible(host, "Xmsg"), 10000);
-    QVERIFY(!F::visible(host, "message"));
-}
-
-void TestMatchChat::moveTakesOverTheBubble()
-{
-    F f;
-    MatchPeer peer;
-    QVERIFY(f.openHostWithPeer(peer, QStringLiteral("Bob")));
-    HostScreen *host = f.host.get();
-    F::clickPoint(host, QStringLiteral("A1"));
-    QTRY_COMPARE_WITH_TIMEOUT(peer.messages.size(), 2, 10000);
-    peer.send(QStringLiteral("msg: a long line to type"));
-    QTRY_VERIFY_WITH_TIMEOUT(F::text(host, "message").size() >= 3, 10000);
-    peer.send(QStringLiteral("B2"));
-    QTRY_COMPARE_WITH_TIMEOUT(F::state(host, "B2"), QStringLiteral("X"), 10000);
-    // The typewriter reads the last message, which is now the move.
-    QTRY_COMPARE_WITH_TIMEOUT(F::text(host, "message"), QStringLiteral("B2"), 10000);
-}
-
-void TestMatchChat::joinerLogsNothing()
+void TestMatchChat::bothWays()
 {
     F f;
     ChatHistory joinerHistory;
@@ -140,20 +48,39 @@ void TestMatchChat::joinerLogsNothing()
     join->setChatHistory(&joinerHistory);
     HostScreen *host = f.host.get();
     QTRY_COMPARE_WITH_TIMEOUT(F::text(host, "Xname"), QStringLiteral("Bob"), 15000);
+    QSignalSpy cues(host, &MatchScreen::cued);
 
-    QTest::keyClicks(join->findChild<QWidget *>("Text1"), QStringLiteral("halo"));
+    // An empty box sends nothing, by either way.
+    auto *box = host->findChild<QLineEdit *>(QStringLiteral("Text1"));
+    F::click(host, "Command1");
+    QTest::keyClick(box, Qt::Key_Return);
+
+    QTest::keyClicks(join->findChild<QWidget *>("Text1"), QStringLiteral("hi"));
     F::click(join, "Command1");
     QTRY_VERIFY_WITH_TIMEOUT(F::visible(host, "Xmsg"), 10000);
-    QTest::keyClicks(host->findChild<QWidget *>("Text1"), QStringLiteral("hai"));
-    F::click(host, "Command1");
-    QTRY_VERIFY_WITH_TIMEOUT(F::visible(join, "Omsg"), 10000);
-    QVERIFY(F::visible(join, "Xmsg"));
+    QCOMPARE(cues.count(), 1);
+    QCOMPARE(cues.first().first().toString(), QStringLiteral("mess"));
+    QCOMPARE(typed(host, "Timer1", "message"), (QStringList{"m", "ms", "msg", "msg:", "msg: ", "msg: h", "msg: hi"}));
+    QVERIFY(F::visible(join, "Xmsg") && F::visible(join, "MOUT"));
 
-    QCOMPARE(f.chat->log(), QStringLiteral("Bob:  halo\r\nAni:  hai\r\n"));
+    QTest::keyClicks(box, QStringLiteral("hai"));
+    QTest::keyClick(box, Qt::Key_Return);
+    QCOMPARE(box->text(), QString());
+    QCOMPARE(F::text(host, "OutM"), QStringLiteral("hai"));
+    QCOMPARE(typed(host, "Timer2", "MOUT"), (QStringList{"h", "ha", "hai"}));
+    QTRY_VERIFY_WITH_TIMEOUT(F::visible(join, "Omsg"), 10000);
+
+    // Whole for two seconds, then gone with its bubble.
+    QVERIFY(F::visible(host, "Omsg"));
+    QTRY_VERIFY_WITH_TIMEOUT(!F::visible(host, "Omsg") && !F::visible(host, "MOUT"), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!F::visible(host, "Xmsg") && !F::visible(host, "message"), 10000);
+
+    // Only the host logs, its own lines and the joiner's, with the double space.
+    QCOMPARE(f.chat->log(), QStringLiteral("Bob:  hi\r\nAni:  hai\r\n"));
     QCOMPARE(joinerHistory.log(), QString());
 }
 
-void TestMatchChat::lineBeforeConnectionIsDropped()
+void TestMatchChat::lineBeforeConnectionIsKept()
 {
     F f;
     HostScreen *host = f.openHost(QStringLiteral("Ani"));
@@ -169,11 +96,6 @@ void TestMatchChat::lineBeforeConnectionIsDropped()
     F::click(host, "Command5");
     QVERIFY(f.chat->isVisible());
     QCOMPARE(f.chat->windowTitle(), QStringLiteral("Chat History"));
-
-    JoinScreen *join = f.openJoin(QStringLiteral("Bob"), QStringLiteral(""));
-    QTest::keyClicks(join->findChild<QWidget *>("Text1"), QStringLiteral("halo"));
-    F::click(join, "Command1");
-    QVERIFY(!F::visible(join, "Xmsg"));
 }
 
 QTEST_MAIN(TestMatchChat)

@@ -1,8 +1,9 @@
-#include "board/board_play.h"
+#include "model/match_model.h"
+#include "rules/cell.h"
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
-#include "match/wire_message.h"
+#include "wire/wire_message.h"
 #include "platform/rtf_document.h"
 
 #include "support/match_fixture.h"
@@ -98,7 +99,7 @@ void TestMatchHostile::hostTakesAbuse()
     peer.sendRaw(payload);
     // However the bytes were split into arrivals, the last one ends the payload.
     const QString tail = WireMessage::decode(payload.right(1));
-    QTRY_VERIFY_WITH_TIMEOUT(host->lastMessage().endsWith(tail), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(host->model()->LastMsg().endsWith(tail), 20000);
 
     QString actual;
     if (control == QLatin1String("Cx"))
@@ -131,7 +132,7 @@ void TestMatchHostile::hostBurst()
     for (int i = 0; i < 10000; ++i)
         peer.sendRaw(i % 2 ? QByteArrayLiteral("$1") : QByteArrayLiteral("B2"));
     peer.sendRaw("$2");
-    QTRY_VERIFY_WITH_TIMEOUT(host->lastMessage().endsWith(QLatin1String("$2")), 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(host->model()->LastMsg().endsWith(QLatin1String("$2")), 30000);
     // Glued arrivals are one odd message each; whatever came apart was obeyed. Either way
     // every answer to a Score is a Score.
     for (const QString &reply : peer.messages.mid(1))
@@ -159,8 +160,8 @@ void TestMatchHostile::peerVanishesMidMove()
     // A move or a line sent now goes nowhere, quietly.
     QTest::keyClicks(host->findChild<QWidget *>("Text1"), QStringLiteral("halo"));
     F::click(host, "Command1");
-    host->play()->UnlockBoard();
-    host->play()->B2_Click();
+    host->model()->UnlockBoard();
+    host->model()->click(Cell::indexOf(u"B2"));
     QCOMPARE(F::state(host, "B2"), QStringLiteral("O"));
     QVERIFY(host->isVisible());
     verifyScoreFileWhole(f);
@@ -176,15 +177,15 @@ void TestMatchHostile::joinTakesAbuse()
     auto send = [&host](const QByteArray &bytes) { host.sendRaw(bytes); };
 
     send("O<b>Ani</b>" + QByteArray(1 << 20, 'n'));
-    QTRY_VERIFY_WITH_TIMEOUT(join->lastMessage().endsWith(u'n'), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(join->model()->LastMsg().endsWith(u'n'), 20000);
     QVERIFY(F::text(join, "Oname").startsWith(QLatin1String("<b>Ani</b>nnn")));
     QTest::qWait(50);
     for (int i = 0; i < 10000; ++i)
         send("X");
     send("C3");
-    QTRY_VERIFY_WITH_TIMEOUT(join->lastMessage().endsWith(QLatin1String("C3")), 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(join->model()->LastMsg().endsWith(QLatin1String("C3")), 30000);
     send("msg");
-    QTRY_COMPARE_WITH_TIMEOUT(join->lastMessage(), QStringLiteral("msg"), 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(join->model()->LastMsg(), QStringLiteral("msg"), 10000);
     QVERIFY(!F::visible(join, "Omsg"));
 
     // Every answer the joiner gave was a Score (or its name); nothing else leaked out.

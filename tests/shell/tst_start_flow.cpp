@@ -4,6 +4,9 @@
 
 #include "lobby/host_registry.h"
 #include "lobby/lobby_screen.h"
+#include "lobby/probe_responder.h"
+#include "match/host_screen.h"
+#include "match/match_socket.h"
 #include "platform/ftp_transfer.h"
 #include "support/ftp_server.h"
 #include "support/match_env.h"
@@ -12,6 +15,8 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -48,7 +53,14 @@ private slots:
         TitleScreen *title = m_screens->openi();
         title->show();
         QVERIFY(title->splashVisible());
+        QSignalSpy opened(m_screens.get(), &Screens::loginOpened);
         title->Play_Click();
+        title->Play_Click();  // a second click while the first waits changes nothing
+        // Nothing is shown before the registry has answered, and nothing waits for it.
+        QVERIFY(!m_screens->login()->isVisible());
+        QVERIFY(m_screens->isLoaded(QStringLiteral("openi")));
+        QVERIFY(opened.wait(20000));
+        QCOMPARE(opened.size(), 1);
         QVERIFY(m_boxes.isEmpty());
         QVERIFY(!m_screens->isLoaded(QStringLiteral("openi")));
         QVERIFY(m_screens->isLoaded(QStringLiteral("login")));
@@ -67,7 +79,9 @@ private slots:
         qputenv("DORVALA_FTP_URL", QByteArray("ftp://dorvala@127.0.0.1:") + QByteArray::number(MatchEnv::freePort()) + "/");
         TitleScreen *title = m_screens->openi();
         title->show();
+        QSignalSpy opened(m_screens.get(), &Screens::loginOpened);
         title->Play_Click();
+        QVERIFY(opened.wait(20000));
         QCOMPARE(m_boxes, QStringList{QStringLiteral(
                               "Internetr Bermasalah!|Internet tidak tersambung!\r\n"
                               "Silahkan melakukan koneksi ke Internet terlebih dahulu")});
@@ -79,7 +93,7 @@ private slots:
 
     void choicesAreIndependent()
     {
-        QVERIFY(m_screens->openLogin() == 0);
+        QCOMPARE(openLogin(), 0);
         LoginScreen *login = m_screens->login();
         login->show();
         const QPoint onImage1 = login->Shape1()->pos();
@@ -97,15 +111,38 @@ private slots:
         QCOMPARE(login->Shape1()->pos(), onImage1);
     }
 
-    void cariTrReloadsTheLobbyHidden()
+    // A screen loaded again right after its unload has its ports at once: the old one's
+    // deletion waits for the event loop, its sockets must not.
+    void reloadedScreensListenAtOnce_data()
     {
-        QVERIFY(m_screens->openLogin() == 0);
+        QTest::addColumn<QString>("road");
+        QTest::newRow("Cari TR") << "cari";
+        QTest::newRow("host opening") << "host";
+        QTest::newRow("host closed and hosted again") << "host again";
+    }
+
+    void reloadedScreensListenAtOnce()
+    {
+        QFETCH(QString, road);
+        qputenv("DORVALA_MATCH_PORT", QByteArray::number(MatchEnv::freePort()));
+        QCOMPARE(openLogin(), 0);
         m_screens->showLobby();
         LobbyScreen *lobby = m_screens->WOL();
         QVERIFY(lobby->isVisible());
-        m_screens->login()->Quit_Click();
+        if (road == u"cari") {
+            m_screens->login()->Quit_Click();
+        } else {
+            m_screens->startHost(QStringLiteral("Budi"), {}, false);
+            if (road == u"host again") {
+                m_screens->host()->findChild<QPushButton *>(QStringLiteral("Command2"))->click();
+                QVERIFY(!m_screens->isLoaded(QStringLiteral("host")));
+                m_screens->startHost(QStringLiteral("Budi"), {}, false);
+                QVERIFY(m_screens->host()->socket()->isListening());
+            }
+        }
         QVERIFY(m_screens->WOL() != lobby);
         QVERIFY(!m_screens->WOL()->isVisible());
+        QVERIFY(m_screens->WOL()->findChild<ProbeResponder *>(QStringLiteral("Hear"))->isListening());
     }
 
     void playerFileStaysInsideDriveC_data()
@@ -145,6 +182,16 @@ private slots:
     }
 
 private:
+    // "Mulai" as a player clicks it: the answer comes through the event loop.
+    int openLogin()
+    {
+        QSignalSpy opened(m_screens.get(), &Screens::loginOpened);
+        m_screens->openLogin();
+        if (opened.isEmpty() && !opened.wait(20000))
+            return -1;
+        return opened.first().at(0).toInt();
+    }
+
     FtpServer m_ftp;
     QTemporaryDir m_drive;
     QStringList m_boxes;

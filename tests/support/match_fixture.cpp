@@ -1,8 +1,7 @@
 #include "match_fixture.h"
 
-#include "board/board.h"
-#include "board/board_play.h"
-#include "board/cell.h"
+#include "model/match_model.h"
+#include "rules/cell.h"
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
@@ -93,7 +92,7 @@ bool MatchFixture::enabled(const QWidget *screen, const QString &name)
 
 QString MatchFixture::state(const MatchScreen *screen, const QString &cell)
 {
-    return screen->play()->board().state(Cell::indexOf(cell));
+    return screen->model()->state(Cell::indexOf(cell));
 }
 
 void MatchFixture::clickPoint(QWidget *screen, const QString &cell)

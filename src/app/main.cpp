@@ -1,0 +1,46 @@
+#include "program.h"
+#include "shell/screens.h"
+
+#include "platform/ftp_transfer.h"
+#include "platform/picture_store.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    // Read before QApplication exists: Qt takes "-name"/"--name" from argv as its own option.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+
+    QCoreApplication::setOrganizationName(QStringLiteral("Pobrek"));
+    QCoreApplication::setApplicationName(QStringLiteral("dorvala"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("1.0.0"));
+
+    // Help, version and a wrong command line need no window system at all.
+    const Program::Options options = Program::parse(arguments);
+    if (!options.ok || options.exitNow) {
+        std::fputs(qPrintable(options.message + u'\n'), options.ok ? stdout : stderr);
+        return options.ok ? 0 : 2;
+    }
+    // The demo plays offscreen when there is no display to show it on.
+    if (!options.demo.isEmpty() && qEnvironmentVariableIsEmpty("DISPLAY")
+        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+        && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    QApplication app(argc, argv);
+
+    QApplication::setWindowIcon(QIcon(PictureStore::picture(QStringLiteral("Icon"))));
+    Screens screens;
+    Program program(screens);
+    program.watchSignals();
+    program.start(options);
+    const int status = app.exec();
+    // A host that closed has just started withdrawing its registry entry: let it finish.
+    FtpTransfer::waitForPending(3000);
+    return status;
+}

@@ -1,0 +1,169 @@
+#include "program.h"
+
+#include "control/control_channel.h"
+#include "demo/demo_director.h"
+#include "shell/login_screen.h"
+#include "shell/screens.h"
+#include "shell/title_screen.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QLineEdit>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <cstdio>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+#ifdef Q_OS_UNIX
+int g_signalPipe[2] = {-1, -1};
+
+void signalHandler(int)
+{
+    const char byte = 1;
+    // Only async-signal-safe work here: the event loop does the rest.
+    [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[0], &byte, 1);
+}
+#endif
+
+} // namespace
+
+Program::Options Program::parse(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Dorvala Online: permainan duel dua pemain."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Tampilkan bantuan ini."));
+    const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Tampilkan versi."));
+    const QCommandLineOption host(QStringLiteral("host"), QStringLiteral("Langsung jadi tuan rumah."));
+    const QCommandLineOption join(QStringLiteral("join"),
+                                  QStringLiteral("Langsung bergabung ke alamat tuan rumah."),
+                                  QStringLiteral("ADDRESS"));
+    const QCommandLineOption name(QStringLiteral("name"), QStringLiteral("Nama pemain."),
+                                  QStringLiteral("NAME"));
+    const QCommandLineOption demo(QStringLiteral("demo"),
+                                  QStringLiteral("Mainkan pertandingan contoh, simpan gambar di DIR."),
+                                  QStringLiteral("DIR"));
+    const QCommandLineOption control(
+        QStringLiteral("control"),
+        QStringLiteral("Kendali dari luar: perintah di stdin, kejadian di stdout (otomasi)."));
+    parser.addOptions({help, version, host, join, name, demo, control});
+
+    Options options;
+    if (!parser.parse(arguments)) {
+        options.ok = false;
+        options.message = parser.errorText() + u'\n' + parser.helpText();
+        return options;
+    }
+    if (parser.isSet(help)) {
+        options.exitNow = true;
+        options.message = parser.helpText();
+        return options;
+    }
+    if (parser.isSet(version)) {
+        options.exitNow = true;
+        options.message = QStringLiteral("Dorvala Online ") + QCoreApplication::applicationVersion();
+        return options;
+    }
+    options.host = parser.isSet(host);
+    options.join = parser.value(join);
+    options.name = parser.value(name);
+    options.demo = parser.value(demo);
+    options.control = parser.isSet(control);
+    if (options.host && parser.isSet(join)) {
+        options.ok = false;
+        options.message = QStringLiteral("Pilih salah satu: --host atau --join.\n") + parser.helpText();
+    } else if (parser.isSet(join) && options.join.isEmpty()) {
+        options.ok = false;
+        options.message = QStringLiteral("--join membutuhkan alamat tuan rumah.\n") + parser.helpText();
+    } else if (parser.isSet(demo) && options.demo.isEmpty()) {
+        options.ok = false;
+        options.message = QStringLiteral("--demo membutuhkan folder untuk gambar.\n") + parser.helpText();
+    } else if (parser.isSet(demo) && (options.host || parser.isSet(join) || options.control)) {
+        options.ok = false;
+        options.message = QStringLiteral("--demo memainkan kedua pemain sendiri: tanpa --host, --join "
+                                         "atau --control.\n")
+                          + parser.helpText();
+    }
+    return options;
+}
+
+Program::Program(Screens &screens)
+    : m_screens(screens)
+{
+}
+
+void Program::start(const Options &options)
+{
+    if (!options.demo.isEmpty()) {
+        auto *director = new DemoDirector(options.demo, this);
+        connect(director, &DemoDirector::done, this, [](int status) { QCoreApplication::exit(status); });
+        director->start();
+        return;
+    }
+    if (options.control) {
+        m_control = new ControlChannel(m_screens, this);
+        if (!m_control->listenOnStandardInput())
+            std::fputs("--control: standard input cannot be watched here\n", stderr);
+    }
+    TitleScreen *title = m_screens.openi();
+    title->show();
+    if (options.host || !options.join.isEmpty()) {
+        // After the title window is up, as a player's click would come.
+        QTimer::singleShot(0, this, [this, options] { quickStart(options); });
+    }
+}
+
+void Program::quickStart(const Options &options)
+{
+    // The setup screen's choices follow once the title's "Mulai" has opened it.
+    connect(
+        &m_screens, &Screens::loginOpened, this,
+        [this, options](int error) {
+            if (error != 0 || !m_screens.isLoaded(QStringLiteral("login")))
+                return;  // the title screen says why
+            LoginScreen *login = m_screens.login();
+            login->UN()->setText(options.name);
+            if (!options.join.isEmpty()) {
+                login->Image2_Click();
+                login->HIP()->setText(options.join);
+            } else {
+                login->Image1_Click();
+            }
+            login->Play_Click();
+        },
+        Qt::SingleShotConnection);
+    m_screens.openi()->Play_Click();
+}
+
+void Program::watchSignals()
+{
+#ifdef Q_OS_UNIX
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalPipe) != 0)
+        return;
+    m_notifier = new QSocketNotifier(g_signalPipe[1], QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &Program::onSignal);
+    struct sigaction action = {};
+    action.sa_handler = signalHandler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+#endif
+}
+
+void Program::onSignal()
+{
+#ifdef Q_OS_UNIX
+    char byte = 0;
+    [[maybe_unused]] const ssize_t got = ::read(g_signalPipe[1], &byte, 1);
+#endif
+    m_screens.closeAllAndQuit();
+}

@@ -1,0 +1,69 @@
+#include "app/program.h"
+
+#include <QtTest>
+
+namespace {
+
+// The options in a few words: "error" or "exit" (each with its message), else what to start.
+QString outcome(const Program::Options &options)
+{
+    if (!options.ok || options.exitNow) {
+        if (options.message.isEmpty())
+            return QStringLiteral("no message");
+        return options.ok ? QStringLiteral("exit") : QStringLiteral("error");
+    }
+    QStringList parts;
+    if (options.host)
+        parts << QStringLiteral("host");
+    if (!options.join.isEmpty())
+        parts << QStringLiteral("join ") + options.join;
+    if (!options.name.isEmpty())
+        parts << QStringLiteral("name ") + options.name;
+    if (options.control)
+        parts << QStringLiteral("control");
+    if (!options.demo.isEmpty())
+        parts << QStringLiteral("demo ") + options.demo;
+    return parts.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+class ProgramTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void parse_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("outcome");
+        QTest::newRow("title") << QStringList{} << "";
+        QTest::newRow("host") << QStringList{"--host", "--name", "Budi"} << "host, name Budi";
+        QTest::newRow("join") << QStringList{"--join", "127.0.0.1", "--name", "Sari"}
+                              << "join 127.0.0.1, name Sari";
+        QTest::newRow("help") << QStringList{"--help"} << "exit";
+        QTest::newRow("version") << QStringList{"--version"} << "exit";
+        QTest::newRow("both") << QStringList{"--host", "--join", "1.2.3.4"} << "error";
+        QTest::newRow("join without address") << QStringList{"--join"} << "error";
+        QTest::newRow("controlled host") << QStringList{"--control", "--host", "--name", "Budi"}
+                                         << "host, name Budi, control";
+        QTest::newRow("controlled title") << QStringList{"--control"} << "control";
+        QTest::newRow("demo") << QStringList{"--demo", "demo-shots"} << "demo demo-shots";
+        QTest::newRow("demo without folder") << QStringList{"--demo"} << "error";
+        QTest::newRow("demo with empty folder") << QStringList{"--demo", ""} << "error";
+        // The demo starts its own controlled players; it cannot be one itself.
+        QTest::newRow("demo and host") << QStringList{"--demo", "d", "--host"} << "error";
+        QTest::newRow("demo and control") << QStringList{"--demo", "d", "--control"} << "error";
+        QTest::newRow("unknown option") << QStringList{"--bogus"} << "error";
+    }
+
+    void parse()
+    {
+        QFETCH(QStringList, arguments);
+        QTEST(outcome(Program::parse(QStringList{QStringLiteral("dorvala")} + arguments)),
+              "outcome");
+    }
+};
+
+QTEST_GUILESS_MAIN(ProgramTest)
+#include "tst_program.moc"

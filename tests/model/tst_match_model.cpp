@@ -1,0 +1,315 @@
+#include "model/match_model.h"
+#include "rules/cell.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+const char *eventName(GameEvent event)
+{
+    switch (event) {
+    case GameEvent::PiecePlaced: return "placed";
+    case GameEvent::MoveRefused: return "refused";
+    case GameEvent::OpponentMoved: return "moved";
+    case GameEvent::Won: return "won";
+    case GameEvent::Lost: return "lost";
+    case GameEvent::ChatReceived: return "chat";
+    case GameEvent::OpponentArrived: return "arrived";
+    }
+    return "?";
+}
+
+// One side's model with a peer that always takes what is sent. Everything it does is
+// written down in order with the turn lock as it stood: "send:B2 B2=O open" then
+// "placed locked" means the board locked in between.
+struct Side
+{
+    explicit Side(MatchSide side)
+        : model(side)
+    {
+        model.setOwnName(side == MatchSide::Host ? QStringLiteral("Olga") : QStringLiteral("Xavier"));
+        model.receive(side == MatchSide::Host ? QStringLiteral("XXavier") : QStringLiteral("OOlga"));
+        model.setSender([this](const QString &message, bool) {
+            const int cell = Cell::indexOf(message);
+            record(QStringLiteral("send:") + message
+                   + (cell >= 0 ? u' ' + message + u'=' + model.state(cell) : QString()));
+            return true;
+        });
+        QObject::connect(&model, &MatchModel::happened, [this](GameEvent e) {
+            record(QLatin1String(eventName(e)));
+        });
+        QObject::connect(&model, &MatchModel::chatLogged, [this](const QString &line) {
+            record(QStringLiteral("log:") + line);
+        });
+    }
+
+    void record(const QString &what)
+    {
+        events << what + (model.isLocked() ? QStringLiteral(" locked") : QStringLiteral(" open"));
+    }
+
+    void setBoard(const QString &text)
+    {
+        model.board().setStates(*Board::parse(text));
+        QCoreApplication::processEvents();  // the win check those changes scheduled
+        events.clear();
+    }
+
+    MatchModel model;
+    QStringList events;
+};
+
+} // namespace
+
+class TestMatchModel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void click_data();
+    void click();
+    void receiveMove_data();
+    void receiveMove();
+    void gameEnd_data();
+    void gameEnd();
+    void receive_data();
+    void receive();
+    void typewriters();
+};
+
+void TestMatchModel::click_data()
+{
+    QTest::addColumn<MatchSide>("side");
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("cell");
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<QStringList>("events");
+    QTest::addColumn<QString>("lastMsg");
+    const auto host = MatchSide::Host;
+    const auto join = MatchSide::Join;
+    QTest::newRow("host, free point") << host << ".../.../X.." << "B2" << ".../.O./X.."
+        << QStringList{"send:B2 B2=O open", "placed locked"} << "B2";
+    QTest::newRow("joiner, free corner") << join << ".../.O./..." << "C1" << "..X/.O./..."
+        << QStringList{"send:C1 C1=X open", "placed locked"} << "C1";
+    QTest::newRow("opponent's piece") << host << ".../.X./..." << "B2" << ".../.X./..."
+        << QStringList{"refused open"} << "XXavier";
+    QTest::newRow("scored X") << host << "x../.../..." << "A1" << "x../.../..."
+        << QStringList{"refused open"} << "XXavier";
+    QTest::newRow("scored O") << host << ".../.../..o" << "C3" << ".../.../..o"
+        << QStringList{"refused open"} << "XXavier";
+}
+
+void TestMatchModel::click()
+{
+    QFETCH(MatchSide, side);
+    QFETCH(QString, before);
+    QFETCH(QString, cell);
+    Side s(side);
+    s.setBoard(before);
+    s.model.click(Cell::indexOf(cell));
+    QTEST(s.events, "events");
+    QTEST(s.model.board().toString(), "after");
+    QTEST(s.model.LastMsg(), "lastMsg");
+}
+
+void TestMatchModel::receiveMove_data()
+{
+    QTest::addColumn<MatchSide>("side");
+    QTest::addColumn<QString>("XO");
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<QStringList>("events");
+    const auto host = MatchSide::Host;
+    const auto join = MatchSide::Join;
+    QTest::newRow("host gets A1") << host << "O" << ".../.O./..." << "A1" << "X../.O./..."
+                                  << QStringList{"moved open"};
+    QTest::newRow("joiner gets C3 over its own X") << join << "X" << ".../.../..X" << "C3"
+                                                   << ".../.../..O" << QStringList{"moved open"};
+    QTest::newRow("host with mark X, silent") << host << "X" << ".../.../..." << "B2"
+                                              << ".../.O./..." << QStringList{};
+    QTest::newRow("joiner with mark O, as placed") << join << "O" << ".../.../..." << "B2"
+                                                   << ".../.X./..." << QStringList{"placed open"};
+    QTest::newRow("lower case is no move") << host << "O" << ".../.../..." << "b2" << ".../.../..."
+                                           << QStringList{};
+}
+
+void TestMatchModel::receiveMove()
+{
+    QFETCH(MatchSide, side);
+    QFETCH(QString, XO);
+    QFETCH(QString, before);
+    QFETCH(QString, message);
+    QFETCH(QString, after);
+    Side s(side);
+    s.model.setXO(XO);
+    s.model.LockBoard();
+    s.setBoard(before);
+    s.model.receive(message);
+    QTEST(s.events, "events");
+    // A move unlocks; anything else leaves the board locked.
+    QCOMPARE(s.model.isLocked(), after == before);
+    QCOMPARE(s.model.board().toString(), after);
+}
+
+void TestMatchModel::gameEnd_data()
+{
+    QTest::addColumn<MatchSide>("side");
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("move");  // "click B2" or "receive B2"
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<QString>("caption");  // empty: the game goes on
+    QTest::addColumn<QString>("WR");
+    QTest::addColumn<QString>("WRL2");
+    QTest::addColumn<QString>("heard");
+    const auto host = MatchSide::Host;
+    const auto join = MatchSide::Join;
+    QTest::newRow("host's plus on B2") << host << ".O./O.O/.O." << "click B2" << ".o./ooo/.o."
+        << "Anda Menang! Bonus!! +Triple Score" << "3" << "0" << "placed won";
+    QTest::newRow("joiner sees the host's plus") << join << ".O./O.O/.O." << "receive B2"
+        << ".o./ooo/.o." << "Olga Melakukan +Triple Score" << "0" << "3" << "moved lost";
+    QTest::newRow("host sees the joiner's plus") << host << ".X./X.X/.X." << "receive B2"
+        << ".x./xxx/.x." << "Xavier Melakukan +Triple Score" << "0" << "3" << "moved lost";
+    QTest::newRow("host loses below zero") << host << "X../.X./..." << "receive C3" << "x../.x./..x"
+        << "Anda Kalah!" << "-1" << "0" << "moved lost";
+    QTest::newRow("column B beats diagonal 7") << host << "OO./.../.OO" << "click B2"
+        << "Oo./.o./.oO" << "Anda Menang!" << "1" << "0" << "placed won";
+    QTest::newRow("joiner's own line") << join << "X../X../..." << "click A3" << "x../x../x.."
+        << "Anda Menang!" << "1" << "0" << "placed won";
+    QTest::newRow("full board, no line") << host << "XOX/XOO/OX." << "click C3" << "XOX/XOO/OXO"
+        << "" << "0" << "0" << "placed";
+}
+
+void TestMatchModel::gameEnd()
+{
+    QFETCH(MatchSide, side);
+    QFETCH(QString, before);
+    QFETCH(QString, move);
+    QFETCH(QString, after);
+    QFETCH(QString, caption);
+    QFETCH(QString, WR);
+    QFETCH(QString, WRL2);
+    Side s(side);
+    s.model.accepted();  // the host's cover is lifted
+    s.setBoard(before);
+    QSignalSpy saved(&s.model, &MatchModel::ownTotalChanged);
+
+    const int index = Cell::indexOf(move.section(u' ', 1));
+    if (move.startsWith(QLatin1String("click")))
+        s.model.click(index);
+    else
+        s.model.receive(move.section(u' ', 1));
+    // Detection waits until the handler is done; the new piece is still plain.
+    QCOMPARE(s.model.state(index).size(), 1);
+    QVERIFY(!s.model.infoxShown());
+
+    QCoreApplication::processEvents();
+    QCOMPARE(s.model.board().toString(), after);
+    QCOMPARE(s.model.game() == MatchModel::Game::Decided, !caption.isEmpty());
+    if (!caption.isEmpty())
+        QCOMPARE(s.model.infox(), caption);
+    QCOMPARE(s.model.infoxShown(), !caption.isEmpty());
+    QCOMPARE(s.model.transShown(), !caption.isEmpty());
+    QCOMPARE(s.model.WR(), WR);
+    QCOMPARE(s.model.WRL2(), WRL2);
+    // Every change of the own total is announced at once, so that it is saved at once.
+    QCOMPARE(saved.count(), WR == QLatin1String("0") ? 0 : 1);
+    QStringList heard;
+    for (const QString &event : std::as_const(s.events)) {
+        if (!event.startsWith(QLatin1String("send:")))
+            heard << event.section(u' ', 0, 0);
+    }
+    QTEST(heard.join(u' '), "heard");
+
+    // Later ticks find nothing new.
+    s.events.clear();
+    QVERIFY(s.model.WinTime_Timer().isEmpty());
+    QCOMPARE(s.model.board().toString(), after);
+    QCOMPARE(s.model.WR(), WR);
+    QVERIFY(s.events.isEmpty());
+
+    // Restart clears the points and the verdict; the turn and the totals stay as they are.
+    const bool locked = s.model.isLocked();
+    s.model.restart();
+    QCOMPARE(s.model.board().toString(), QStringLiteral(".../.../..."));
+    QVERIFY(!s.model.transShown() && !s.model.infoxShown());
+    QCOMPARE(s.model.isLocked(), locked);
+    QCOMPARE(s.model.WR(), WR);
+    QCOMPARE(s.model.game(), MatchModel::Game::Playing);
+}
+
+void TestMatchModel::receive_data()
+{
+    QTest::addColumn<MatchSide>("side");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("events");  // the sends after 20 ms included
+    QTest::addColumn<QString>("shown");   // board, names, totals, cover
+    const auto host = MatchSide::Host;
+    const auto join = MatchSide::Join;
+    QTest::newRow("host answers a score once, later") << host << "$7" << "send:$4 open"
+        << ".../.../... Olga Xavier 4 7 covered";
+    QTest::newRow("joiner does not answer") << join << "$7" << "" << "O../.../... Olga Xavier 4 7 open";
+    QTest::newRow("$ alone: an empty total") << join << "$" << "" << "O../.../... Olga Xavier 4  open";
+    QTest::newRow("host: X alone is an empty name") << host << "X" << ""
+        << ".../.../... Olga  4 0 covered";
+    QTest::newRow("joiner: X restarts and answers") << join << "X" << "send:$4 open"
+        << ".../.../... Olga Xavier 4 0 open";
+    QTest::newRow("joiner: host name beginning with msg") << join << "Omsg bot" << ""
+        << "O../.../... msg bot Xavier 4 0 open";
+    QTest::newRow("host logs a line with two spaces") << host << "msg: hi"
+        << "chat open|log:Xavier:  hi\r\n open" << ".../.../... Olga Xavier 4 0 covered";
+    QTest::newRow("joiner logs nothing") << join << "msg: hi" << "chat open"
+        << "O../.../... Olga Xavier 4 0 open";
+    QTest::newRow("msg alone is skipped") << host << "msg" << "" << ".../.../... Olga Xavier 4 0 covered";
+    QTest::newRow("glued score and name: the name is lost") << host << "$3XBob" << "send:$4 open"
+        << ".../.../... Olga Xavier 4 3XBob covered";
+    QTest::newRow("unknown text") << join << "hallo" << "" << "O../.../... Olga Xavier 4 0 open";
+}
+
+void TestMatchModel::receive()
+{
+    QFETCH(MatchSide, side);
+    QFETCH(QString, message);
+    Side s(side);
+    s.model.setWR(QStringLiteral("4"));
+    if (side == MatchSide::Join)
+        s.setBoard(QStringLiteral("O../.../..."));
+    s.events.clear();
+    s.model.receive(message);
+    QCOMPARE(s.model.LastMsg(), message);
+    QTest::qWait(3 * MatchModel::ScoreReplyDelay);
+    QTEST(s.events.join(u'|'), "events");
+    const MatchModel &m = s.model;
+    QTEST(QStringList({m.board().toString(), m.Oname(), m.Xname(), m.WR(), m.WRL2(),
+                       m.transShown() ? "covered" : "open"})
+              .join(u' '),
+          "shown");
+}
+
+void TestMatchModel::typewriters()
+{
+    Side s(MatchSide::Host);
+    s.model.accepted();
+    // The whole message is typed, prefix included, one step per character; a move that
+    // replaces LastMsg meanwhile is typed on from where the counter stands.
+    QStringList typed;
+    QObject::connect(&s.model.incoming(), &Typewriter::typed, [&](const QString &t) {
+        typed << t;
+        if (t == QLatin1String("msg"))
+            s.model.receive(QStringLiteral("B2"));
+    });
+    s.model.receive(QStringLiteral("msg: hi"));
+    QVERIFY(s.model.incoming().isShowing());
+    QTRY_VERIFY_WITH_TIMEOUT(!s.model.incoming().isShowing(), 5000);
+    QCOMPARE(typed, (QStringList{"m", "ms", "msg", "B2"}));
+    QCOMPARE(s.model.incoming().counter(), 4);
+
+    // Nothing leaves without a peer, and nothing is shown for it.
+    s.model.setSender([](const QString &, bool) { return false; });
+    QVERIFY(!s.model.sendChat(QStringLiteral("halo")));
+    QVERIFY(!s.model.outgoing().isShowing());
+}
+
+QTEST_GUILESS_MAIN(TestMatchModel)
+#include "tst_match_model.moc"
