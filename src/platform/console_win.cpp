@@ -29,3 +29,8 @@ void attachStandardStreams()
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stdin), _O_BINARY);
 }
+
+bool hasWindowSystem()
+{
+    return true;
+}
