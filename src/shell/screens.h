@@ -32,10 +32,12 @@ public:
     static constexpr int RegistryWaitMs = 8000;
     // How long the program's exit waits for registry uploads and deletes to end (a host's
     // withdrawal, and the upload it waits for). A slow real server spends over 2 s on each
-    // login (Pure-FTPd with its own accounts), so a host that quits right after opening needs
-    // two logins and their commands, some 5 s on a quiet machine; a registry out of reach
-    // ends the wait at the connect time-out (5 s), a silent one at this bound.
-    static constexpr int ExitWaitMs = 10000;
+    // login (Pure-FTPd with its own accounts hashes the password at length), so a host that
+    // quits right after opening needs two logins and their commands: 5 s on a quiet machine,
+    // over 7 s on a busy one. A registry out of reach ends the wait sooner, at the connect
+    // time-out (5 s); only a server that takes the connection and then says nothing is
+    // waited for this long.
+    static constexpr int ExitWaitMs = 15000;
 
     explicit Screens(QObject *parent = nullptr);
     ~Screens() override;
