@@ -29,9 +29,9 @@ import tempfile
 import threading
 import time
 
-from dorvala_drive import (ANSWER_LIMIT, BUSY_BOX, GONE, NOBODY, WAITING, Player, Registry,
-                           Sampler, free_port, hwm_mb, play, poll_state, rtf_document,
-                           score_in, short, shown, wait_until)
+from dorvala_drive import (ANSWER_LIMIT, BUSY_BOX, GONE, NOBODY, WAITING, Outcome, Player,
+                           Registry, Sampler, free_port, hwm_mb, play, poll_state,
+                           rtf_document, score_in, short, shown, wait_until)
 
 
 # ---------------------------------------------------------------------------------------
@@ -320,36 +320,6 @@ class Run:
             player.close()
         for server in self.servers:
             server.stop()
-
-
-class Outcome:
-    """One row: what was done, and the checks of the three columns."""
-
-    def __init__(self, number, fault):
-        self.number = number
-        self.fault = fault
-        self.done = ""
-        self.columns = {"program": [], "screen": [], "kept": []}
-        self.failures = []
-        self.began = time.monotonic()
-
-    def check(self, column, ok, text):
-        self.columns[column].append(text if ok else "**not so: %s**" % text)
-        if not ok:
-            self.failures.append(text)
-        return ok
-
-    def note(self, column, text):
-        self.columns[column].append(text)
-
-    def markdown(self):
-        def cell(text):
-            return text.replace("|", "\\|").replace("\n", " ")
-        ok = "yes" if not self.failures else "**no**"
-        return "| %s. %s | %s | %s | %s | %s | %s |" % (
-            self.number, cell(self.fault), cell(self.done),
-            cell("; ".join(self.columns["program"])), cell("; ".join(self.columns["screen"])),
-            cell("; ".join(self.columns["kept"])), ok)
 
 
 def answers(outcome, player, what="answers `state`"):
