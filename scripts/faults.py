@@ -944,6 +944,34 @@ def killed_while_saving(run, o, kills=100):
     o.note("kept", "left beside it: %s" % (", ".join(litter[:3]) + (" and %d more" % (len(litter) - 3) if len(litter) > 3 else "") if litter else "nothing"))
 
 
+class LanContext:
+    """What the LAN cases (tests/lan) need: a copy of the program that user nobody runs and
+    that binds ports 79 and 1009 through its file capability, as the installed package."""
+
+    def __init__(self, run):
+        from lan_net import stage_program
+        self.work = run.work
+        self.logs = run.logs
+        if not getattr(run, "lan_program", None):
+            run.lan_program = stage_program(os.path.dirname(run.program),
+                                            os.path.join(run.work, "lan-program"))
+        self.program = run.lan_program
+
+
+def lan_row(name):
+    """A row played on a LAN of network namespaces; it needs root."""
+    def row(run, o):
+        if os.geteuid() != 0:
+            o.done = "(a LAN of network namespaces)"
+            o.check("program", False, "needs root: run the table as root")
+            return
+        sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..",
+                                        "tests", "lan"))
+        import lan_cases
+        dict((case[0], case[2]) for case in lan_cases.CASES)[name](LanContext(run), o)
+    return row
+
+
 ROWS = [
     ("1", "registry server down", registry_down),
     ("2", "registry refusing the login (530)", registry_refuses),
@@ -964,6 +992,9 @@ ROWS = [
     ("12", "score file of 10 MB", score_huge),
     ("13", "every sound file missing", sounds_missing),
     ("14", "SIGKILL 100 times during score saves", killed_while_saving),
+    ("15", "LAN: the joiner's link cut mid-match (no FIN)", lan_row("cut")),
+    ("16", "LAN: the registry's machine gone silent when \"Mulai\" is clicked", lan_row("noreg")),
+    ("17", "LAN: a listed host whose machine vanished", lan_row("gone")),
 ]
 
 

@@ -10,7 +10,9 @@
 #   FAULTS_LOGS=DIR scripts/faults.sh      keep every program's output and folders in DIR
 #   FAULTS_KILLS=20 scripts/faults.sh 14   fewer kills in the score-save row (100)
 #
-# Run it as root: the read-only row starts the program as user nobody (setpriv).
+# Run it as root: the read-only row starts the program as user nobody (setpriv), and rows
+# 15 to 17 play on a LAN of network namespaces (tests/lan) with a copy of the program that
+# has the capability to bind ports 79 and 1009.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${DORVALA_BUILD_DIR:-build}"

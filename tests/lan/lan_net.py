@@ -12,6 +12,7 @@ of its own. Needs root (ip netns, setpriv, setcap).
 
 import glob
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -24,11 +25,22 @@ from dorvala_drive import NOBODY, Player, Registry, rtf_document  # noqa: E402
 
 SUBNET = "198.18.0."
 REGISTRY_PORT = 2121
+PREFIX = "dvlan"  # of every namespace made here, then the pid of the process that made it
 
 
 def ip(*args, check=True):
     return subprocess.run(["ip"] + list(args), check=check, stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, text=True).stdout
+
+
+def remove_stale():
+    """Namespaces left by a run that was killed outright (the programs in them end with
+    their director: their input closes)."""
+    for line in ip("netns", "list").splitlines():
+        name = line.split()[0] if line.split() else ""
+        digits = re.match(PREFIX + r"(\d+)", name)
+        if digits and not os.path.exists("/proc/" + digits.group(1)):
+            ip("netns", "del", name, check=False)
 
 
 def stage_program(bin_dir, folder):
@@ -98,7 +110,7 @@ class Machine:
 
 class Lan:
     def __init__(self, tag, program, work, logs):
-        self.prefix = "dv%d%s" % (os.getpid() % 100000, tag[:6])
+        self.prefix = "%s%d%s" % (PREFIX, os.getpid(), tag[:6])
         self.switch = self.prefix + "-sw"
         self.program = program
         self.work = work

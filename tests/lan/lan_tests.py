@@ -10,12 +10,13 @@
 import argparse
 import os
 import shutil
+import signal
 import sys
 import tempfile
 import time
 
 from lan_cases import CASES
-from lan_net import stage_program
+from lan_net import remove_stale, stage_program
 from dorvala_drive import Outcome
 
 
@@ -51,6 +52,9 @@ def main():
     if os.geteuid() != 0:
         sys.exit("run as root: the machines are network namespaces")
 
+    # A TERM (a CI time-out, say) unwinds like an error: every LAN is taken down on the way.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    remove_stale()
     work = tempfile.mkdtemp(prefix="dorvala-lan-", dir=args.keep and os.path.abspath(args.keep))
     os.chmod(work, 0o755)  # the programs run as nobody in here
     began = time.monotonic()
