@@ -17,6 +17,7 @@ QString plainAddress(const QHostAddress &address)
 
 ProbeResponder::ProbeResponder(QObject *parent)
     : QObject(parent)
+    , m_server(this)
 {
     connect(&m_server, &QTcpServer::newConnection, this, &ProbeResponder::Hear_ConnectionRequest);
 }
@@ -42,13 +43,18 @@ void ProbeResponder::Hear_ConnectionRequest()
         other->abort();
         other->deleteLater();
     }
-    if (!socket)
+    dropPeer();
+    if (!socket) {
+        m_server.listen(QHostAddress::Any, m_port);
         return;
-    if (m_peer)
-        m_peer->deleteLater();
+    }
     m_peer = socket;
+    m_peerSpoke = false;
     socket->setParent(this);
     connect(socket, &QTcpSocket::readyRead, this, &ProbeResponder::Hear_DataArrival);
+    connect(socket, &QTcpSocket::disconnected, this, &ProbeResponder::Hear_Close);
+    if (socket->state() != QAbstractSocket::ConnectedState)
+        Hear_Close();
 }
 
 void ProbeResponder::Hear_DataArrival()
@@ -57,6 +63,9 @@ void ProbeResponder::Hear_DataArrival()
         return;
     // One arrival is one message: whatever is there now, compared exactly.
     const QByteArray text = m_peer->readAll();
+    if (text.isEmpty())
+        return;
+    m_peerSpoke = true;
     ++m_arrivals;
     if (text == "ping") {
         m_peer->write("pong");
@@ -68,6 +77,25 @@ void ProbeResponder::Hear_DataArrival()
         if (self)
             closeAndListen();
     }
+}
+
+void ProbeResponder::Hear_Close()
+{
+    if (!m_peer || m_peerSpoke)
+        return;  // a peer that spoke leaves the responder as its words did
+    dropPeer();
+    m_server.listen(QHostAddress::Any, m_port);
+}
+
+void ProbeResponder::dropPeer()
+{
+    if (!m_peer)
+        return;
+    QTcpSocket *socket = m_peer;
+    m_peer = nullptr;
+    disconnect(socket, nullptr, this, nullptr);
+    socket->abort();
+    socket->deleteLater();
 }
 
 void ProbeResponder::closeAndListen()

@@ -11,6 +11,12 @@ class QTcpSocket;
 // "pong"; an arrival of exactly "pong" reports the peer's address; after either the
 // connection is closed and the responder listens again. Any other arrival leaves the
 // connection as it is and the responder out of service until it is started anew.
+//
+// A peer that goes away before it has sent a single byte was no visitor: a lobby's probe
+// abandons its connection at once, and a handshake the kernel completed just before that
+// shows up here as such a peer. The responder then listens again. (A reset and an orderly
+// close cannot be told apart reliably through the socket layer on every platform, so both
+// count alike here; a peer that sent anything at all stays under the rules above.)
 class ProbeResponder : public QObject
 {
     Q_OBJECT
@@ -32,10 +38,13 @@ signals:
 private:
     void Hear_ConnectionRequest();
     void Hear_DataArrival();
+    void Hear_Close();
+    void dropPeer();
     void closeAndListen();
 
-    QTcpServer m_server;
+    QTcpServer m_server;  // a child, so that unloading the screen finds and closes it
     QPointer<QTcpSocket> m_peer;
+    bool m_peerSpoke = false;  // the peer has sent at least one byte
     quint16 m_port = 0;
     int m_arrivals = 0;
 };

@@ -1,12 +1,19 @@
 #include "probe_sender.h"
 
+#include "platform/socket_options.h"
+
+#include <QElapsedTimer>
 #include <QHostAddress>
+#include <QNetworkProxy>
 #include <QTcpSocket>
-#include <QTimer>
 
 ProbeSender::ProbeSender(QObject *parent)
     : QObject(parent)
+    , m_socket(new QTcpSocket(this))
 {
+    // A probe goes straight to the address, never through a proxy that would complete the
+    // connection (and so take the bytes) on its behalf.
+    m_socket->setProxy(QNetworkProxy::NoProxy);
 }
 
 void ProbeSender::probe(const QStringList &addresses, quint16 port)
@@ -14,64 +21,51 @@ void ProbeSender::probe(const QStringList &addresses, quint16 port)
     m_queue = addresses;
     m_next = 0;
     m_port = port;
-    scheduleStarts();
+    scheduleBurst();
 }
 
 int ProbeSender::pending() const
 {
-    return int(m_queue.size() - m_next) + m_inFlight;
+    return int(m_queue.size() - m_next);
 }
 
-void ProbeSender::scheduleStarts()
+void ProbeSender::scheduleBurst()
 {
-    if (m_startsPosted)
+    if (m_burstPosted)
         return;
-    m_startsPosted = true;
-    QMetaObject::invokeMethod(this, &ProbeSender::startPasses, Qt::QueuedConnection);
+    m_burstPosted = true;
+    QMetaObject::invokeMethod(this, &ProbeSender::runBurst, Qt::QueuedConnection);
 }
 
-void ProbeSender::startPasses()
+void ProbeSender::runBurst()
 {
-    m_startsPosted = false;
-    int started = 0;
-    while (m_next < m_queue.size() && m_inFlight < MaxInFlight && started < StartsPerTurn) {
-        const QString address = m_queue.at(m_next++);
-        ++started;
-        ++m_begun;
-        const QHostAddress literal(address);
-        if (literal.isNull())
-            continue;  // no address: the pass fails before it begins
-
-        auto *socket = new QTcpSocket(this);
-        ++m_inFlight;
-        connect(socket, &QTcpSocket::connected, socket, [this, socket] {
-            ++m_sent;
-            socket->write("Ping");
-            socket->disconnectFromHost();
-        });
-        connect(socket, &QTcpSocket::disconnected, this, [this, socket] { endPass(socket); });
-        connect(socket, &QTcpSocket::errorOccurred, this, [this, socket] { endPass(socket); });
-        QTimer::singleShot(PassTimeoutMs, socket, [this, socket] { endPass(socket); });
-        socket->connectToHost(literal, m_port);
-    }
+    m_burstPosted = false;
+    QElapsedTimer burst;
+    burst.start();
+    while (m_next < m_queue.size() && burst.elapsed() < BurstMs)
+        pass(m_queue.at(m_next++));
     if (m_next < m_queue.size())
-        scheduleStarts();
-    else if (pending() == 0)
+        scheduleBurst();
+    else
         emit finished();
 }
 
-void ProbeSender::endPass(QTcpSocket *socket)
+void ProbeSender::pass(const QString &address)
 {
-    // Each pass ends once, whichever of close, error or time-out comes first.
-    if (socket->property("ended").toBool())
-        return;
-    socket->setProperty("ended", true);
-    disconnect(socket, nullptr, this, nullptr);
-    socket->abort();
-    socket->deleteLater();
-    --m_inFlight;
-    if (m_next < m_queue.size())
-        scheduleStarts();
-    else if (pending() == 0)
-        emit finished();
+    ++m_begun;
+    m_socket->abort();
+    const QHostAddress host(address);
+    if (host.isNull())
+        return;  // no address: the request fails and the pass ends
+    m_socket->connectToHost(host, m_port);
+    // Should the peer's side complete the handshake before the close below, the close
+    // resets it: the peer sees a connection that went away without a word, not an orderly
+    // visitor.
+    SocketOptions::setResetOnClose(m_socket->socketDescriptor());
+    // The send: only a connected socket sends, and right after the request it is still
+    // connecting (one that were connected would only queue the word for a later turn of the
+    // event loop, and the close drops what is queued).
+    if (m_socket->state() == QAbstractSocket::ConnectedState)
+        m_socket->write("Ping");
+    m_socket->abort();
 }

@@ -10,10 +10,28 @@
 #include "match/host_screen.h"
 #include "match/join_screen.h"
 
-#include <QLineEdit>
-
+#include <QAbstractSocket>
 #include <QApplication>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QSignalBlocker>
+#include <QTcpServer>
+
+namespace {
+
+// An unloaded screen's sockets go at once, not when its deferred deletion comes: a screen
+// loaded again right away listens on the same ports. The screen hears nothing of it.
+void releaseSockets(QWidget *screen)
+{
+    for (QTcpServer *server : screen->findChildren<QTcpServer *>())
+        server->close();
+    for (QAbstractSocket *socket : screen->findChildren<QAbstractSocket *>()) {
+        const QSignalBlocker quiet(socket);
+        socket->abort();
+    }
+}
+
+} // namespace
 
 Screens::Screens(QObject *parent)
     : QObject(parent)
@@ -171,9 +189,16 @@ void Screens::unload(QWidget *screen)
     if (screen == m_login) m_login = nullptr;
     if (screen == m_abt) m_abt = nullptr;
     if (screen == m_form1) m_form1 = nullptr;
-    if (screen == m_wol) m_wol = nullptr;
+    if (screen == m_wol) {
+        // A lobby on its way out no longer fills the host list nor reports its listing.
+        disconnect(m_wol, nullptr, this, nullptr);
+        m_wol = nullptr;
+    }
     if (screen == m_host) m_host = nullptr;
     if (screen == m_join) m_join = nullptr;
+    // The deletion waits for the event loop (the screen may be in one of its own handlers
+    // right now); what it holds of the network does not.
+    releaseSockets(screen);
     screen->deleteLater();
 }
 

@@ -107,20 +107,16 @@ void TestLobbyScreen::listing()
     sorted.sort();
     QCOMPARE(sorted, names);
 
+    // Every listed address is this machine (loopback), whose own responder takes the
+    // probes: not one byte reaches it, and it keeps listening.
     auto *hear = wol->findChild<ProbeResponder *>(QStringLiteral("Hear"));
     auto *pingSy = wol->findChild<ProbeSender *>(QStringLiteral("PingSy"));
     QTRY_COMPARE_WITH_TIMEOUT(pingSy->pending(), 0, Patience);
-    if (names.isEmpty()) {
-        // Only the pass with no address: nothing reached this machine's responder.
-        QVERIFY(pingSy->passesBegun() >= 1);
-        QCOMPARE(pingSy->pingsSent(), 0);
-        QVERIFY(hear->isListening());
-    } else {
-        // The listed loopback addresses are this machine: the first "Ping" reaches its own
-        // responder, which does not answer that spelling and stops listening.
-        QTRY_COMPARE_WITH_TIMEOUT(hear->arrivals(), 1, Patience);
-        QVERIFY(!hear->isListening());
-
+    QVERIFY(pingSy->passesBegun() >= names.size() + 1);
+    QTest::qWait(100);
+    QCOMPARE(hear->arrivals(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(hear->isListening(), Patience);
+    if (!names.isEmpty()) {
         auto *list = wol->findChild<QListWidget *>(QStringLiteral("lstRemoteFile"));
         wol->show();
         QVERIFY(QTest::qWaitForWindowExposed(wol.get()));

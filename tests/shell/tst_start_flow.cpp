@@ -4,6 +4,9 @@
 
 #include "lobby/host_registry.h"
 #include "lobby/lobby_screen.h"
+#include "lobby/probe_responder.h"
+#include "match/host_screen.h"
+#include "match/match_socket.h"
 #include "platform/ftp_transfer.h"
 #include "support/ftp_server.h"
 #include "support/match_env.h"
@@ -12,6 +15,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -97,15 +101,38 @@ private slots:
         QCOMPARE(login->Shape1()->pos(), onImage1);
     }
 
-    void cariTrReloadsTheLobbyHidden()
+    // A screen loaded again right after its unload has its ports at once: the old one's
+    // deletion waits for the event loop, its sockets must not.
+    void reloadedScreensListenAtOnce_data()
     {
+        QTest::addColumn<QString>("road");
+        QTest::newRow("Cari TR") << "cari";
+        QTest::newRow("host opening") << "host";
+        QTest::newRow("host closed and hosted again") << "host again";
+    }
+
+    void reloadedScreensListenAtOnce()
+    {
+        QFETCH(QString, road);
+        qputenv("DORVALA_MATCH_PORT", QByteArray::number(MatchEnv::freePort()));
         QVERIFY(m_screens->openLogin() == 0);
         m_screens->showLobby();
         LobbyScreen *lobby = m_screens->WOL();
         QVERIFY(lobby->isVisible());
-        m_screens->login()->Quit_Click();
+        if (road == u"cari") {
+            m_screens->login()->Quit_Click();
+        } else {
+            m_screens->startHost(QStringLiteral("Budi"), {}, false);
+            if (road == u"host again") {
+                m_screens->host()->findChild<QPushButton *>(QStringLiteral("Command2"))->click();
+                QVERIFY(!m_screens->isLoaded(QStringLiteral("host")));
+                m_screens->startHost(QStringLiteral("Budi"), {}, false);
+                QVERIFY(m_screens->host()->socket()->isListening());
+            }
+        }
         QVERIFY(m_screens->WOL() != lobby);
         QVERIFY(!m_screens->WOL()->isVisible());
+        QVERIFY(m_screens->WOL()->findChild<ProbeResponder *>(QStringLiteral("Hear"))->isListening());
     }
 
     void playerFileStaysInsideDriveC_data()
