@@ -44,10 +44,7 @@ made_account=""
 cleanup() {
   [ -n "$server_pid" ] && kill "$server_pid" 2>/dev/null && wait "$server_pid" 2>/dev/null
   server_pid=""
-  if [ -n "$installed" ]; then
-    apt-get -o DPkg::Lock::Timeout=900 purge -y -qq "$installed" > /dev/null 2>&1 || true
-    installed=""
-  fi
+  purge
   [ -n "$made_account" ] && userdel dorvala 2>/dev/null
   made_account=""
   [ -n "$made_policy" ] && rm -f /usr/sbin/policy-rc.d
@@ -72,9 +69,23 @@ account() {
   chown dorvala:dorvala "$home"
 }
 
+installed_packages() {
+  dpkg-query -W -f='${Package} ${Status}\n' | awk '$NF == "installed" { print $1 }' | sort
+}
+
+# Exactly what the install brought (the server and the packages it pulled in), nothing else
+# of the machine's.
+purge() {
+  [ -n "$installed" ] || return 0
+  # shellcheck disable=SC2086
+  apt-get -o DPkg::Lock::Timeout=900 purge -y -qq $installed > /dev/null 2>&1 || true
+  installed=""
+}
+
 install_server() {
   local package=$1
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" && return
+  installed_packages > "$work/before"
   # Installing must not start the server as a service: it runs here on our terms only.
   if [ ! -e /usr/sbin/policy-rc.d ]; then
     printf '#!/bin/sh\nexit 101\n' > /usr/sbin/policy-rc.d
@@ -86,7 +97,7 @@ install_server() {
   DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=900 install -y -qq \
     --no-install-recommends "$package" > "$work/apt.log" 2>&1 \
     || { tail -20 "$work/apt.log"; return 1; }
-  installed=$package
+  installed="$(installed_packages | comm -13 "$work/before" - | tr '\n' ' ')"
   # A service that started anyway (no policy file honoured) would hold port 21 and its pid.
   service "${package%-basic}" stop > /dev/null 2>&1 || true
 }
@@ -203,10 +214,7 @@ EOF
   kill "$server_pid" 2>/dev/null && wait "$server_pid" 2>/dev/null || true
   server_pid=""
   rm -rf "$home"
-  if [ -n "$installed" ]; then
-    apt-get -o DPkg::Lock::Timeout=900 purge -y -qq "$installed" > /dev/null 2>&1 || true
-    installed=""
-  fi
+  purge
   echo "$line ($((SECONDS - began)) s in all)"
 done
 exit $status
