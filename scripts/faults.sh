@@ -4,7 +4,7 @@
 # free ports, private drive-C folders) and prints one Markdown table, a row per fault.
 # Exit status 1 when any row fails. See docs/reliability.md for what each row means.
 #
-#   scripts/faults.sh                      build, then every row (about two minutes)
+#   scripts/faults.sh                      build, then every row (about four minutes)
 #   scripts/faults.sh 5 9 14               some rows only
 #   FAULTS_NO_BUILD=1 scripts/faults.sh    use the program already built there
 #   FAULTS_LOGS=DIR scripts/faults.sh      keep every program's output and folders in DIR

@@ -43,7 +43,7 @@ def listed(registry, address, timeout=30.0):
     return wait_until(lambda: address in registry.entries(), timeout)
 
 
-def scores(lan, *players):
+def scores(*players):
     return [score_in(Lan.drive_c(p)) for p in players]
 
 
@@ -106,10 +106,10 @@ def match_across_machines(ctx, o):
                         join.event("verdict", since=marks[1], timeout=10))
             o.check("screen", moved and verdicts == (host_says, join_says),
                     "game %d: host \"%s\", joiner \"%s\"" % ((number,) + verdicts))
-            saved = wait_until(lambda: scores(lan, host, join) == [host_total, join_total], 5)
-            o.check("kept", saved, "game %d: score files %s (expected %s, %s)"
-                    % ((number, "/".join(map(str, scores(lan, host, join)))) + (host_total,
-                                                                                 join_total)))
+            expected = [host_total, join_total]
+            saved = wait_until(lambda: scores(host, join) == expected, 5)
+            o.check("kept", saved, "game %d: score files %s (expected %s)"
+                    % (number, "/".join(map(str, scores(host, join))), "/".join(expected)))
         host_state, _ = host.state()
         join_state, _ = join.state()
         o.check("screen", (host_state or {}).get("WRL2") == "2"
@@ -119,7 +119,7 @@ def match_across_machines(ctx, o):
         ends(o, host, "host quits")
         ends(o, join, "joiner quits")
         o.check("kept", registry.entries() == [], "the host's entry withdrawn at its exit")
-        o.check("kept", scores(lan, host, join) == ["8", "2"], "score files 8 and 2 at the end")
+        o.check("kept", scores(host, join) == ["8", "2"], "score files 8 and 2 at the end")
 
 
 def probing(ctx, o):
@@ -186,8 +186,8 @@ def link_cut(ctx, o):
                 "host: chat and restart disabled")
         join_state = poll_state(join, lambda s: shown(s, "infox") == GONE, timeout=15)
         o.note("screen", "joiner, its own link down: \"%s\"" % shown(join_state, "infox"))
-        o.check("kept", scores(lan, host, join) == ["5", "2"],
-                "score files still 5 and 2: %s" % scores(lan, host, join))
+        o.check("kept", scores(host, join) == ["5", "2"],
+                "score files still 5 and 2: %s" % scores(host, join))
         ends(o, host, "host quits")
         o.check("kept", registry.entries() == [], "the host's entry withdrawn at its exit")
         ends(o, join, "joiner quits")
@@ -214,7 +214,7 @@ def registry_unreachable(ctx, o):
                 "the title screen stays (shown: %s)" % ", ".join(state.get("screens") or ["-"]))
         o.check("kept", player.events("screen") == [], "no match screen opened")
         ends(o, player, "quit", limit=6.0)
-        o.check("kept", scores(lan, player) == ["5"], "score file still 5")
+        o.check("kept", scores(player) == ["5"], "score file still 5")
 
 
 def host_vanished(ctx, o):
@@ -241,7 +241,7 @@ def host_vanished(ctx, o):
                 % (said, took, JOIN_CONNECT_S))
         o.check("screen", not state.get("connected"), "the joiner's board stays locked")
         ends(o, join, "joiner quits")
-        o.check("kept", scores(lan, join) == ["2"], "joiner's score file still 2")
+        o.check("kept", scores(join) == ["2"], "joiner's score file still 2")
         o.check("kept", registry.entries() == [h.address], "the entry stays listed")
         ends(o, host, "the vanished host quits (its withdrawal cannot reach the registry)")
 
