@@ -5,9 +5,10 @@ there as players run it, and one line tells how it went, with the timings.
     ftp_interop.py --program build/bin/dorvala --url ftp://dorvala@127.0.0.1:2121/ \\
                    --root /home/of/the/account --server "vsftpd 3.0.3"
 
---root is the folder the account sees, read directly to check what the server holds. In it
-beforehand: an entry of another host (127.0.0.77) and a folder (127.0.0.88). Then:
-1. a host (`--host`) publishes 127.0.0.1 when its screen opens;
+--root is the folder the account sees, read directly to check what the server holds (the
+names used here are removed first). Then:
+1. a host (`--host`) lists the empty folder and publishes 127.0.0.1 when its screen opens;
+   an entry of another host (127.0.0.77) and a folder (127.0.0.88) are added;
 2. a joiner's setup screen lists exactly the two hosts: never "." or "..", nor the folder
    (unless the server gives no sign of it, which is reported);
 3. the host quits: its entry is gone when the program has ended;
@@ -127,22 +128,23 @@ def main():
                 os.rmdir(path)
             elif os.path.exists(path):
                 os.remove(path)
-        with open(os.path.join(args.root, OTHER), "wb") as f:
-            f.write(b"{\\rtf1 127.0.0.77\\par }")
-        os.mkdir(os.path.join(args.root, FOLDER))
-
         login = login_seconds(args.url)
         facts.append("login %.2f s" % login)
 
-        # 1. Publish.
+        # 1. Publish, after listing an empty folder (some servers refuse to list one).
         host = Player(run, "host", ["--host", "--name", "Budi"], run.folder("c-host"))
         opened = host.event("screen", "host", timeout=60)
-        check(opened is not None, "the host screen did not open")
+        check(opened is not None and not host.events("box"),
+              "the host screen did not open after an empty listing (box: %s)"
+              % host.events("box"))
         began = time.monotonic()
         published = wait_until(lambda: listed(args.root, OWN), 30, step=0.02)
         if check(published, "the host's entry never arrived"):
             facts.append("published %.2f s after the host screen opened"
                          % (time.monotonic() - began))
+        with open(os.path.join(args.root, OTHER), "wb") as f:
+            f.write(b"{\\rtf1 127.0.0.77\\par }")
+        os.mkdir(os.path.join(args.root, FOLDER))
 
         # 2. List, on another program's setup screen.
         joiner = Player(run, "join", ["--join", OWN, "--name", "Sari"], run.folder("c-join"))
