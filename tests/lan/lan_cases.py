@@ -7,7 +7,7 @@ programs stay up or end as designed, what did the screens say, was anything lost
 import time
 
 from lan_net import Lan
-from dorvala_drive import BUSY_BOX, GONE, play, poll_state, score_in, shown, wait_until
+from dorvala_drive import BUSY_BOX, GONE, play, poll_state, score_in, short, shown, wait_until
 
 PROBE_PORT = 79
 # TCP keep-alive of the match socket: 30 s of silence, then three probes 10 s apart.
@@ -185,9 +185,12 @@ def link_cut(ctx, o):
         o.check("screen", not state.get("send") and not state.get("restart"),
                 "host: chat and restart disabled")
         join_state = poll_state(join, lambda s: shown(s, "infox") == GONE, timeout=15)
-        o.note("screen", "joiner, its own link down: \"%s\"" % shown(join_state, "infox"))
+        said = shown(join_state, "infox")
+        o.note("screen", "joiner, its own link down: %s" % (
+            '"%s"' % said if said else "nothing yet (without a route its kernel sends no "
+            "keep-alive probes, so it never gives up)"))
         o.check("kept", scores(host, join) == ["5", "2"],
-                "score files still 5 and 2: %s" % scores(host, join))
+                "score files still 5 and 2 (%s)" % "/".join(map(str, scores(host, join))))
         ends(o, host, "host quits")
         o.check("kept", registry.entries() == [], "the host's entry withdrawn at its exit")
         ends(o, join, "joiner quits")
@@ -209,7 +212,7 @@ def registry_unreachable(ctx, o):
         state = state or {}
         o.check("screen", box == BUSY_BOX and REGISTRY_CONNECT_S - 0.5 <= took <= 15,
                 "box \"%s\" %.1f s after the start (connect time-out %d s)"
-                % ((box or "none")[:40], took, REGISTRY_CONNECT_S))
+                % (short(box or "none", 60), took, REGISTRY_CONNECT_S))
         o.check("screen", state.get("screens") == ["openi"],
                 "the title screen stays (shown: %s)" % ", ".join(state.get("screens") or ["-"]))
         o.check("kept", player.events("screen") == [], "no match screen opened")
