@@ -4,7 +4,9 @@
 Every program is a separate `dorvala --control` process, offscreen, with its own drive-C
 folder, on loopback only (DORVALA_LOCAL_IP=127.0.0.1, free ports). The registry is
 scripts/registry.py (pyftpdlib) or, where the registry itself misbehaves, a small FTP server
-of this file; peers that misbehave are small socket servers of this file too. Every row
+of this file; peers that misbehave are small socket servers of this file too. Rows 15 to 17
+play between machines instead: on a LAN of network namespaces (tests/lan), as user nobody
+with the program's own addresses and ports, which needs root. Every row
 checks three things: the program stayed up (or ended as designed), the screen said what
 happened (a box event, or a label read through the control channel's `state`), and nothing
 was lost (score files, the other player, the registry entry).
