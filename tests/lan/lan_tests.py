@@ -51,6 +51,8 @@ def main():
     args = parser.parse_args()
     if os.geteuid() != 0:
         sys.exit("run as root: the machines are network namespaces")
+    if args.program and not os.access(args.program, os.X_OK):
+        sys.exit("no program at %s" % args.program)
 
     # A TERM (a CI time-out, say) unwinds like an error: every LAN is taken down on the way.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
