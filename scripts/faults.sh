@@ -4,13 +4,15 @@
 # free ports, private drive-C folders) and prints one Markdown table, a row per fault.
 # Exit status 1 when any row fails. See docs/reliability.md for what each row means.
 #
-#   scripts/faults.sh                      build, then every row (about two minutes)
+#   scripts/faults.sh                      build, then every row (about four minutes)
 #   scripts/faults.sh 5 9 14               some rows only
 #   FAULTS_NO_BUILD=1 scripts/faults.sh    use the program already built there
 #   FAULTS_LOGS=DIR scripts/faults.sh      keep every program's output and folders in DIR
 #   FAULTS_KILLS=20 scripts/faults.sh 14   fewer kills in the score-save row (100)
 #
-# Run it as root: the read-only row starts the program as user nobody (setpriv).
+# Run it as root: the read-only row starts the program as user nobody (setpriv), and rows
+# 15 to 17 play on a LAN of network namespaces (tests/lan) with a copy of the program that
+# has the capability to bind ports 79 and 1009.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${DORVALA_BUILD_DIR:-build}"

@@ -40,7 +40,8 @@ int main(int argc, char *argv[])
     program.watchSignals();
     program.start(options);
     const int status = app.exec();
-    // A host that closed has just started withdrawing its registry entry: let it finish.
-    FtpTransfer::waitForPending(3000);
+    // A host that closed has just started withdrawing its registry entry (or waits for its
+    // upload to end first): let it finish.
+    FtpTransfer::waitForPending(Screens::ExitWaitMs);
     return status;
 }

@@ -123,8 +123,12 @@ QByteArray FtpSession::namesWithCrLf(const QByteArray &received)
         qsizetype stop = end;
         if (stop > start && received.at(stop - 1) == '\r')
             --stop;
-        names.append(received.constData() + start, stop - start).append("\r\n");
+        const QByteArrayView name(received.constData() + start, stop - start);
         start = end + 1;
+        // Some servers (Pure-FTPd) list the folder itself and its parent; neither is a file.
+        if (name == "." || name == "..")
+            continue;
+        names.append(name).append("\r\n");
     }
     return names;
 }

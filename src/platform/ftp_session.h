@@ -50,7 +50,8 @@ public:
 
     FtpRequest::Kind kind() const { return m_request.kind; }
 
-    // The listing as the control promises it: one name per line, each ended by CR LF.
+    // The listing as the control promises it: one file name per line, each ended by CR LF;
+    // the folder's own entries "." and ".." are left out.
     static QByteArray namesWithCrLf(const QByteArray &received);
 
 signals:

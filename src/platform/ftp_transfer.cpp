@@ -193,8 +193,11 @@ bool FtpTransfer::waitForPending(int ms)
 {
     const QDeadlineTimer deadline(qMax(0, ms));
     const QPointer<FtpTransferDriver> driver = FtpTransferDriver::existing();
+    const int unreachable = driver ? driver->unreachableWrites() : 0;
     while (driver && !driver->idle()) {
-        if (deadline.hasExpired())
+        // A registry out of reach would only let the next write wait out its connect
+        // time-out as well (a withdrawal waiting for its upload).
+        if (deadline.hasExpired() || driver->unreachableWrites() != unreachable)
             return false;
         // The reports of finished transfers are delivered too: one of them may start the
         // next write (a delete that waited for its entry's upload).

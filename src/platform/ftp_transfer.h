@@ -87,9 +87,11 @@ public:
     int lastError() const { return m_lastError; }
     QString lastErrorText() const { return m_lastErrorText; }
 
-    // Gives uploads and deletes still under way (also of destroyed objects) up to `ms`
-    // milliseconds to finish, running the event loop meanwhile. True if none is left.
-    // Listings are not waited for. For the program's exit.
+    // Gives uploads and deletes still under way (also of destroyed objects, and those started
+    // from the reports of others meanwhile) up to `ms` milliseconds to finish, running the
+    // event loop meanwhile. True if none is left. Gives up early, false, once one of them
+    // could not reach its server at all: the others go to the same registry. Listings are
+    // not waited for. For the program's exit.
     static bool waitForPending(int ms);
 
 signals:

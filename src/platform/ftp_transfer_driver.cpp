@@ -50,7 +50,10 @@ quint64 FtpTransferDriver::start(FtpTransfer *client, const FtpRequest &request,
     m_jobs.emplace(id, Job{client, session});
     connect(session, &FtpSession::connected, this, [this, id] { queue(id, FtpTransfer::Connected); });
     connect(session, &FtpSession::finished, this,
-            [this, id](int error, const QString &text, const QByteArray &response) {
+            [this, id, write = request.kind != FtpRequest::Kind::List](
+                int error, const QString &text, const QByteArray &response) {
+                if (write && error == FtpTransfer::UnableToConnect)
+                    ++m_unreachableWrites;
                 if (error == FtpTransfer::NoError)
                     queue(id, FtpTransfer::ResponseCompleted, error, text, response);
                 else

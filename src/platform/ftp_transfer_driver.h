@@ -42,6 +42,8 @@ public:
     int pendingWrites() const;
     // No write under way and no report waiting for delivery.
     bool idle() const { return pendingWrites() == 0 && m_reports.empty(); }
+    // Uploads and deletes so far that could not reach their server at all.
+    int unreachableWrites() const { return m_unreachableWrites; }
 
 signals:
     void writesFinished();
@@ -73,6 +75,7 @@ private:
     std::map<quint64, Job> m_jobs;
     std::deque<Report> m_reports;
     bool m_deliveryPosted = false;
+    int m_unreachableWrites = 0;
 
     static QPointer<FtpTransferDriver> s_instance;
 };

@@ -5,7 +5,6 @@
 #include "login_screen.h"
 #include "title_screen.h"
 
-#include "lobby/host_registry.h"
 #include "lobby/lobby_screen.h"
 #include "match/chat_history.h"
 #include "match/host_screen.h"
@@ -14,14 +13,9 @@
 #include <QAbstractSocket>
 #include <QApplication>
 #include <QLineEdit>
-#include <QEventLoopLocker>
 #include <QMessageBox>
 #include <QSignalBlocker>
 #include <QTcpServer>
-#include <QTimer>
-
-#include <memory>
-#include <utility>
 
 namespace {
 
@@ -259,30 +253,12 @@ void Screens::endProgram()
 void Screens::closeAllAndQuit()
 {
     m_quitting = true;
-    // Held while the screens close: the last window to close would otherwise end the event
-    // loop by itself, before a withdrawal still to be started (below) has started.
-    auto hold = std::make_unique<QEventLoopLocker>();
     for (QWidget *screen : loadedScreens()) {
         if (screen->isVisible())
             screen->close();
     }
-    // The exit waits for registry transfers under way, but a host's withdrawal that waits
-    // for its entry's upload to end is not under way yet: a host closed right after opening
-    // would stay listed. The program ends once that delete has started (or soon anyway).
-    HostRegistry *registry = m_wol ? m_wol->registry() : nullptr;
-    if (registry && registry->withdrawWaiting()) {
-        // Whichever comes first ends the program, once.
-        const auto held = std::make_shared<std::unique_ptr<QEventLoopLocker>>(std::move(hold));
-        const auto end = [held] {
-            if (!*held)
-                return;
-            held->reset();
-            QCoreApplication::exit(0);
-        };
-        connect(registry, &HostRegistry::withdrawStarted, this, end);
-        QTimer::singleShot(WithdrawWaitMs, this, end);
-        return;
-    }
+    // A host's withdrawal has started, or waits for its entry's upload to end: the exit
+    // waits for both (main), the lobby that carries them staying loaded until then.
     QCoreApplication::exit(0);
 }
 

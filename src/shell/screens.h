@@ -30,8 +30,14 @@ public:
     static constexpr int InternetError = 35754;
     // How long "Mulai" waits to learn whether the registry answers; windows keep repainting.
     static constexpr int RegistryWaitMs = 8000;
-    // How long closeAllAndQuit waits for a host's withdrawal to start after its upload.
-    static constexpr int WithdrawWaitMs = 3000;
+    // How long the program's exit waits for registry uploads and deletes to end (a host's
+    // withdrawal, and the upload it waits for). A slow real server spends over 2 s on each
+    // login (Pure-FTPd with its own accounts hashes the password at length), so a host that
+    // quits right after opening needs two logins and their commands: 5 s on a quiet machine,
+    // over 7 s on a busy one. A registry out of reach ends the wait sooner, at the connect
+    // time-out (5 s); only a server that takes the connection and then says nothing is
+    // waited for this long.
+    static constexpr int ExitWaitMs = 15000;
 
     explicit Screens(QObject *parent = nullptr);
     ~Screens() override;
@@ -58,8 +64,8 @@ public:
     void showAbout();
     // "Keluar": leave the event loop at once, without the screens' close handlers.
     void endProgram();
-    // SIGINT/SIGTERM: close every open screen as its title-bar close would, then end (once
-    // a host's registry withdrawal is under way).
+    // SIGINT/SIGTERM: close every open screen as its title-bar close would, then end; the
+    // exit then waits up to ExitWaitMs for a host's registry withdrawal.
     void closeAllAndQuit();
 
     // The lobby as the setup screen uses it: loaded hidden (its listing's outcome decides

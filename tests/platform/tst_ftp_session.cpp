@@ -128,6 +128,9 @@ void TestFtpSession::conversation_data()
                                             << "/" << names << 0 << listed;
     QTest::newRow("names ended by LF only, last one by nothing")
         << Greeting << Login << "/" << QByteArray("a\nb\r\nc") << 0 << "a\r\nb\r\nc\r\n";
+    QTest::newRow("the folder itself and its parent are no names")
+        << Greeting << Login << "/" << QByteArray(".\r\n..\r\n127.0.0.7\r\n.\n ..\r\n...\r\n") << 0
+        << "127.0.0.7\r\n ..\r\n...\r\n";
     QTest::newRow("EPSV refused: PASV, and its foreign address ignored")
         << Greeting << with(with(Login, "EPSV", "500 no\r\n"), "PASV", "227 Passive ({h,p})\r\n")
         << "/" << names << 0 << listed;

@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# The LAN tests (tests/lan): machines made of network namespaces joined by a bridge
+# (198.18.0.0/24 inside, nothing routed elsewhere), the real program on each as user nobody
+# with the address it finds itself, the registry on a machine of its own. Prints a line per
+# case, a Markdown table and "N passed, M failed"; exit status 1 when any case failed.
+#
+#   scripts/lan.sh                               build, then run a copy of build/bin that has
+#                                                the capability to bind ports 79 and 1009
+#   scripts/lan.sh --program /usr/bin/dorvala    the installed package instead
+#   scripts/lan.sh match cut                     some cases only (match probe cut noreg gone)
+#   LAN_NO_BUILD=1 scripts/lan.sh                use the program already built
+#   LAN_LOGS=DIR scripts/lan.sh                  keep every program's output in DIR
+#
+# Run it as root: it makes network namespaces and gives the copy its file capability.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build="${DORVALA_BUILD_DIR:-build}"
+[ "$(id -u)" -eq 0 ] || { echo "run as root" >&2; exit 1; }
+
+program=()
+if [ "${1:-}" = "--program" ]; then
+  program=(--program "$2")
+  shift 2
+fi
+
+scripts/deps.sh
+need=()
+command -v ip > /dev/null || need+=(iproute2)
+command -v setcap > /dev/null || need+=(libcap2-bin)
+command -v setpriv > /dev/null || need+=(util-linux)
+if [ ${#need[@]} -gt 0 ]; then
+  apt-get -o DPkg::Lock::Timeout=900 update -qq
+  DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=900 install -y -qq \
+    --no-install-recommends "${need[@]}"
+fi
+
+if [ ${#program[@]} -eq 0 ]; then
+  if [ -z "${LAN_NO_BUILD:-}" ]; then
+    log="$(mktemp)"
+    if [ -f "$build/build.ninja" ]; then
+      ninja -C "$build" dorvala > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
+    else
+      DORVALA_BUILD_DIR="$build" scripts/build.sh -DDORVALA_TESTS=OFF -DDORVALA_BENCH=OFF \
+        > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
+    fi
+    rm -f "$log"
+  fi
+  program=(--stage "$build/bin")
+fi
+
+keep=()
+[ -n "${LAN_LOGS:-}" ] && keep=(--keep "$LAN_LOGS")
+# The fixture removes its namespaces on every way out; these are the programs' own settings.
+unset DORVALA_FTP_URL DORVALA_MATCH_PORT DORVALA_PROBE_PORT DORVALA_DRIVE_C DORVALA_LOCAL_IP
+exec /usr/bin/python3 tests/lan/lan_tests.py "${program[@]}" ${keep[@]+"${keep[@]}"} "$@"
