@@ -42,12 +42,20 @@ mingw_alternatives
 # Sources from the same mirror and suite as the machine's packages.
 if ! apt-get source --print-uris qt6-base >/dev/null 2>&1; then
   [ "$(id -u)" -eq 0 ] || { echo "no deb-src entry for qt6-base; add one as root" >&2; exit 1; }
-  entry=$(grep -rhE '^(deb |URIs:)' /etc/apt/sources.list /etc/apt/sources.list.d/ 2>/dev/null | head -1 || true)
+  lists=$(ls /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources 2>/dev/null || true)
+  # shellcheck disable=SC2086
   mirror=$(awk '$1=="deb" {for (i=2; i<=NF; i++) if ($i ~ /^[a-z]+:\/\//) {print $i; exit}}
-                $1=="URIs:" {print $2; exit}' /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null || true)
-  [ -n "$mirror" ] || { echo "cannot tell the machine's Debian mirror from: $entry" >&2; exit 1; }
+                $1=="URIs:" {print $2; exit}' $lists)
+  [ -n "$mirror" ] || { echo "cannot tell the machine's Debian mirror" >&2; exit 1; }
   suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
-  echo "deb-src $mirror $suite main" > /etc/apt/sources.list.d/dorvala-qt-source.list
+  {
+    echo "Types: deb-src"
+    echo "URIs: $mirror"
+    echo "Suites: $suite"
+    echo "Components: main"
+    [ -f /usr/share/keyrings/debian-archive-keyring.gpg ] \
+      && echo "Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg"
+  } > /etc/apt/sources.list.d/dorvala-qt-source.sources
   apt-get -o DPkg::Lock::Timeout=900 update -qq
 fi
 
@@ -55,8 +63,11 @@ work="${DORVALA_QT_WORK:-$(dirname "$qt_dir")/qt-6.4.2-mingw-work}"
 mkdir -p "$work"
 cd "$work"
 if [ ! -d qtbase-everywhere-src-6.4.2 ]; then
-  apt-get source --download-only qt6-base=6.4.2\*
-  tar -xJf qt6-base_6.4.2+dfsg.orig.tar.xz
+  apt-get source --download-only qt6-base
+  orig=$(ls qt6-base_6.4.2*.orig.tar.xz | head -1)
+  [ -n "$orig" ] || { echo "Debian's qt6-base source is not 6.4.2 here" >&2; exit 1; }
+  # Debian's own patches are not applied: they are for Linux builds.
+  tar -xJf "$orig"
 fi
 src="$work/qtbase-everywhere-src-6.4.2"
 

@@ -38,6 +38,13 @@ work=$(mktemp -d)
 export WINEPREFIX="$work/prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 cleanup() {
   "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+  # Registries the tests started through Wine are Linux processes that Wine detaches: they
+  # outlive the tests. Each names its folder inside this prefix.
+  for proc in /proc/[0-9]*; do
+    if tr '\0' ' ' < "$proc/cmdline" 2>/dev/null | grep -qF -- "--root $WINEPREFIX/"; then
+      kill "${proc#/proc/}" 2>/dev/null || true
+    fi
+  done
   rm -rf "$work"
 }
 trap cleanup EXIT
