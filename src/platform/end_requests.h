@@ -8,9 +8,11 @@
 // made this object, through its event loop.
 //
 // On Windows the system ends a process soon after it has reported the closing of its
-// console, a log-off or a shutdown; the report is held back here until this object is
-// destroyed (or at most 4.5 s), so that the program can finish its closing work first:
-// destroy it last.
+// console, a log-off or a shutdown. For a console event the report is held back here until
+// this object is destroyed (or at most 4.5 s), so that the program can finish its closing
+// work first: destroy it last. A windowed program asked whether the session may end answers
+// "not yet" (with a reason the system shows) and closes; the system goes on with the
+// log-off or shutdown once the program has ended.
 class EndRequests : public QObject
 {
     Q_OBJECT

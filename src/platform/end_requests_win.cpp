@@ -37,15 +37,28 @@ BOOL WINAPI consoleHandler(DWORD event)
 } // namespace
 
 // A windowed program hears of log-off and shutdown as window messages, not as console
-// events.
+// events. Once the session has ended the process is ended at once, so the closing (and the
+// registry's withdrawal, which needs the event loop) happens before: the program asks the
+// system to wait, as Windows asks programs with work to finish to do, and then ends itself.
 struct EndRequests::Native : QAbstractNativeEventFilter
 {
-    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *) override
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override
     {
-        if (type == "windows_generic_MSG" && static_cast<MSG *>(message)->message == WM_QUERYENDSESSION)
+        if (type != "windows_generic_MSG")
+            return false;
+        const MSG *msg = static_cast<MSG *>(message);
+        if (msg->message != WM_QUERYENDSESSION)
+            return false;
+        if (!asked) {
+            asked = true;
             post();
-        return false;  // Qt answers the system as it always does
+        }
+        ShutdownBlockReasonCreate(msg->hwnd, L"Dorvala Online menutup pertandingan...");
+        *result = FALSE;
+        return true;
     }
+
+    bool asked = false;
 };
 
 EndRequests::EndRequests(QObject *parent)
