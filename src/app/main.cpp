@@ -14,9 +14,7 @@ int main(int argc, char *argv[])
 {
     attachStandardStreams();
     // Read before QApplication exists: Qt takes "-name"/"--name" from argv as its own option.
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments << QString::fromLocal8Bit(argv[i]);
+    const QStringList arguments = programArguments(argc, argv);
 
     QCoreApplication::setOrganizationName(QStringLiteral("Pobrek"));
     QCoreApplication::setApplicationName(QStringLiteral("dorvala"));
