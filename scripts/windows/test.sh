@@ -35,7 +35,7 @@ declare -A skip_functions=(
 declare -A on_screen=([tst_login_layout]=1 [tst_match_layout]=1)
 
 work=$(mktemp -d)
-export WINEPREFIX="$work/prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+export WINEPREFIX="$work/prefix" WINEDEBUG=-all
 cleanup() {
   "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
   # Registries the tests started through Wine are Linux processes that Wine detaches: they
@@ -49,18 +49,8 @@ cleanup() {
 }
 trap cleanup EXIT
 start=$SECONDS
-"$wine" wineboot -i > "$work/wineboot.log" 2>&1
-"$(dirname "$wine")/wineserver" -w
-ln -sfn "$bin" "$WINEPREFIX/dosdevices/t:"
-# Wine does not pass QT_* variables from Linux on to Windows programs: set it in the
-# prefix's own environment instead.
-"$wine" reg add 'HKCU\Environment' /v QT_QPA_PLATFORM /d offscreen /f > /dev/null 2>&1
+"$repo/scripts/windows/wine-prefix.sh" "$WINEPREFIX" "$bin"
 export DORVALA_LOCAL_IP=127.0.0.1
-# Wine builds its font cache when a program first draws text: once here, outside the
-# timed tests (it takes longer than a test waits for a window).
-mkdir -p "$work/drive-c"
-(cd "$work" && echo quit | DORVALA_DRIVE_C="$work/drive-c" timeout 120 "$wine" 'T:\dorvala.exe' --control \
-  > "$work/warm-up.log" 2>&1) || true
 echo "Wine prefix ready in $((SECONDS - start)) s ($("$wine" --version 2>/dev/null))"
 results="$work/results"
 mkdir -p "$results"
