@@ -7,7 +7,8 @@
 ; "Apps & features". The uninstaller removes exactly the files installed here; the player's
 ; score and name files live elsewhere and stay.
 
-Unicode true
+; A 64-bit installer for a 64-bit program (it also runs under Debian's wine64 alone).
+Target amd64-unicode
 SetCompressor /SOLID lzma
 RequestExecutionLevel user
 
