@@ -6,6 +6,7 @@
 # left. Exit status 1 on any difference.
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
+apt_install wine64
 wine=$(wine64_command)
 wineserver="$(dirname "$wine")/wineserver"
 setup="$dist/dorvala-setup.exe"
