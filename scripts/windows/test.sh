@@ -21,6 +21,7 @@ bin="$build_dir/bin"
 
 # Programs left out, with the reason.
 declare -A skip=(
+  [tst_console_end]="Wine does not pass console events (Ctrl+C, Ctrl+Break) to a windowed program; kept for Windows itself"
   [tst_demo]="runs the Linux program's self-play with its own registry lookup; the Windows program plays the Linux one in match.py instead"
   [tst_two_processes]="starts pairs of the program with POSIX process control; match.py plays a Windows and a Linux program against each other"
 )
