@@ -42,7 +42,7 @@ cleanup() {
   # Registries the tests started through Wine are Linux processes that Wine detaches: they
   # outlive the tests. Each names its folder inside this prefix.
   for proc in /proc/[0-9]*; do
-    if tr '\0' ' ' < "$proc/cmdline" 2>/dev/null | grep -qF -- "--root $WINEPREFIX/"; then
+    if { tr '\0' ' ' < "$proc/cmdline"; } 2>/dev/null | grep -qF -- "--root $WINEPREFIX/"; then
       kill "${proc#/proc/}" 2>/dev/null || true
     fi
   done
@@ -57,9 +57,10 @@ results="$work/results"
 mkdir -p "$results"
 programs=("$@")
 if [ ${#programs[@]} -eq 0 ]; then
-  for exe in "$bin"/tst_*.exe; do
-    programs+=("$(basename "$exe" .exe)")
-  done
+  # The build's own list (a program left in bin/ from an older build is not one of them).
+  mapfile -t programs < <(ctest --test-dir "$build_dir" -N | sed -n 's|.*Test *#[0-9]*: [a-z]*/\(tst_[a-z_0-9]*\)$|\1|p')
+  [ -f "$bin/tst_console_end.exe" ] && programs+=(tst_console_end)
+  mapfile -t programs < <(printf '%s\n' "${programs[@]}" | sort)
 fi
 
 total_pass=0 total_fail=0 total_skip=0 broken=()
