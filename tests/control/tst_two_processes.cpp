@@ -1,6 +1,5 @@
 #include "control/control_client.h"
 
-#include "platform/rtf_document.h"
 #include "support/ftp_server.h"
 #include "support/match_env.h"
 
@@ -12,7 +11,7 @@
 // Two real programs on one machine, a host and a joiner started from the command line as
 // players would start them, with a real registry, driven through their control channels:
 // each opens its match screen alone, they meet, and when they quit the host's registry
-// entry goes and the score files stay. The games themselves are played by the demo.
+// entry goes. The games, the totals saved and the names on both screens are the demo's.
 class TwoProcessesTest : public QObject
 {
     Q_OBJECT
@@ -58,21 +57,13 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(m_join->seen("received", "OBudi") && m_join->seen("received", "$0"),
                                  30000);
 
-        // Both names made it from the command line onto both screens.
-        const QJsonObject host = stateOf(*m_host);
-        const QJsonObject join = stateOf(*m_join);
-        QCOMPARE(host.value("screens").toArray(), QJsonArray{"host"});
-        QCOMPARE(join.value("screens").toArray(), QJsonArray{"Join"});
         // The joiner's setup screen, hidden behind it, listed the host's entry.
+        const QJsonObject join = stateOf(*m_join);
+        QCOMPARE(join.value("screens").toArray(), QJsonArray{"Join"});
         QCOMPARE(join.value("HO").toObject().value("items").toArray(), QJsonArray{"127.0.0.1"});
-        for (const QJsonObject &state : {host, join}) {
-            QCOMPARE(state.value("Oname").toString(), QStringLiteral("Budi"));
-            QCOMPARE(state.value("Xname").toString(), QStringLiteral("Sari"));
-            QVERIFY(state.value("connected").toBool());
-        }
     }
 
-    void quitWithdrawsTheEntryAndKeepsTheScores()
+    void quitWithdrawsTheEntry()
     {
         QVERIFY(m_host && m_join);
         // Input ending right after "quit", as when a director exits: the second quit that
@@ -84,8 +75,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(m_host->hasFinished() && m_join->hasFinished(), 30000);
         QCOMPARE(m_host->exitCode(), 0);
         QCOMPARE(m_join->exitCode(), 0);
-        QCOMPARE(RtfDocument::load(m_hostDrive.filePath("dvq")), QStringLiteral("0"));
-        QCOMPARE(RtfDocument::load(m_joinDrive.filePath("dvq")), QStringLiteral("0"));
         // The host waits for its withdrawal before it ends.
         QVERIFY(!m_ftp.entries().contains("127.0.0.1"));
     }
