@@ -34,7 +34,7 @@ public:
     // name, the peer also introduces itself and the host shows it.
     bool openHostWithPeer(MatchPeer &peer, const QString &peerName = {});
 
-    // The text of a label, line edit or button named `name` on `screen`.
+    // The text of the label named `name` on `screen`.
     static QString text(const QWidget *screen, const QString &name);
     static bool visible(const QWidget *screen, const QString &name);
     static bool enabled(const QWidget *screen, const QString &name);
