@@ -105,18 +105,10 @@ private slots:
         QTest::newRow("plain cp1252") << QByteArray("caf\xe9 \x80") << "caf\u00E9 \u20AC";
         QTest::newRow("plain utf-8 with mark") << QByteArray("\xEF\xBB\xBF" "caf\xC3\xA9") << "caf\u00E9";
         QTest::newRow("rtf lowercase only") << QByteArray("{\\RTF1 x}") << "{\\RTF1 x}";
-        // Broken RTF: the text read so far.
-        QTest::newRow("no closing brace") << QByteArray("{\\rtf1 abc\\par") << "abc";
-        QTest::newRow("too many closing") << QByteArray("{\\rtf1 {a}}}} b}") << "a";
-        QTest::newRow("trailing backslash") << QByteArray("{\\rtf1 a\\") << "a";
-        QTest::newRow("hex cut short") << QByteArray("{\\rtf1 a\\'4") << "a";
-        QTest::newRow("hex not hex") << QByteArray("{\\rtf1 a\\'zz}") << "azz";
-        QTest::newRow("u without number") << QByteArray("{\\rtf1 \\u x}") << "x";
-        QTest::newRow("huge numbers") << QByteArray("{\\rtf1 \\u99999999999999999999 \\uc99999999999 x}")
-                                      << QString(QChar(0xCA00)) + u'x';
-        QTest::newRow("bin beyond end") << QByteArray("{\\rtf1 a\\bin999999 xyz}") << "a";
-        QTest::newRow("negative bin") << QByteArray("{\\rtf1 a\\bin-5 b}") << "ab";
-        QTest::newRow("star at top") << QByteArray("{\\rtf1 a\\*b}") << "a";
+        // Broken RTF: the text read so far. What any other break reads does not matter (a
+        // score file that is not a number is set aside); that it never fails is the fuzz
+        // target's, which starts from such breaks.
+        QTest::newRow("cut short") << QByteArray("{\\rtf1 abc\\par") << "abc";
         QTest::newRow("embedded NUL dropped") << QByteArray("{\\rtf1 a\0b}", 11) << "ab";
         // Work that grows with the square of the input, or a stack per group, shows here.
         const QByteArray open(100000, '{');
