@@ -37,14 +37,14 @@ private slots:
         QTest::newRow("score 0") << "0"
             << QByteArray("{\\rtf1\\ansi\\ansicpg1252\\deff0\\deflang1033{\\fonttbl{\\f0\\fnil"
                           "\\fcharset0 MS Sans Serif;}}\r\n\\viewkind4\\uc1\\pard\\f0\\fs17 0\\par\r\n}\r\n");
-        QTest::newRow("specials") << "a\\b{c}\td\u0001" << document("a\\\\b\\{c\\}\\tab d\\'01");
+        QTest::newRow("braces, backslash, tab, control") << "a\\b{c}\td\u0001" << document("a\\\\b\\{c\\}\\tab d\\'01");
         QTest::newRow("cp1252 letters") << "caf\u00E9 \u20AC" << document("caf\\'e9 \\'80");
         QTest::newRow("outside cp1252, signed, two units")
             << "\u03A9\uF8FF\U0001F600" << document("\\u937?\\u-1793?\\u-10179?\\u-8704?");
         QTest::newRow("line breaks") << "a\nb\r\nc\rd" << document("a\\par\r\nb\\par\r\nc\\par\r\nd");
         QTest::newRow("spaces kept") << "  a  b  " << QByteArray();
         QTest::newRow("digit after escape") << "\u00E91\u03A92\t3" << QByteArray();
-        QTest::newRow("specials as text") << "{}\\ {\\par} \\'41" << QByteArray();
+        QTest::newRow("RTF words as text") << "{}\\ {\\par} \\'41" << QByteArray();
         QTest::newRow("line ends first, last, before a space") << "\na\n b\n" << QByteArray();
         QTest::newRow("only a line end") << "\n" << QByteArray();
     }
