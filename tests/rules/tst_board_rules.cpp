@@ -1,4 +1,3 @@
-#include "rules/board.h"
 #include "rules/cell.h"
 #include "rules/total_text.h"
 
@@ -10,7 +9,6 @@ class TestBoardRules : public QObject
 
 private slots:
     void cells();
-    void notation();
     void totals_data();
     void totals();
 };
@@ -30,23 +28,6 @@ void TestBoardRules::cells()
     }
     for (const char *text : {"", "a1", "c3", "A1 ", " B2", "B2B2", "D1", "A4", "X", "$B2", "msg: B2"})
         QVERIFY2(Cell::indexOf(QString::fromLatin1(text)) == -1, text);
-}
-
-void TestBoardRules::notation()
-{
-    Board board = Board::fromString(u"O.X/.o./x.?");  // '?' is not accepted on input
-    QCOMPARE(board.toString(), QStringLiteral(".../.../..."));
-
-    board.setStates(*Board::parse(u"O.X/.o./x.."));
-    QCOMPARE(board.state(Cell::indexOf(u"A1")), QStringLiteral("O"));
-    QCOMPARE(board.state(Cell::indexOf(u"C1")), QStringLiteral("X"));
-    QCOMPARE(board.state(Cell::indexOf(u"B2")), QStringLiteral("O2"));
-    QCOMPARE(board.state(Cell::indexOf(u"A3")), QStringLiteral("X2"));
-    board.setState(Cell::indexOf(u"C3"), QStringLiteral("x"));
-    QCOMPARE(board.toString(), QStringLiteral("O.X/.o./x.?"));
-
-    for (const char *bad : {"", "O.X/.O.", "O.X/.O./X.O/...", "O.XX/.O./X.", "0.X/.O./X.O"})
-        QVERIFY2(!Board::parse(QString::fromLatin1(bad)), bad);
 }
 
 void TestBoardRules::totals_data()
