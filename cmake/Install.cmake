@@ -65,3 +65,5 @@ foreach(pair "dorvala.6|share/man/man6" "dorvala-registry.1|share/man/man1"
 endforeach()
 add_custom_target(dorvala_compressed_docs ALL DEPENDS ${gz_files})
 install(FILES ${DORVALA_PACKAGING_DIR}/copyright DESTINATION share/doc/dorvala)
+install(FILES ${DORVALA_PACKAGING_DIR}/lintian-overrides DESTINATION share/lintian/overrides
+        RENAME dorvala)
