@@ -3,7 +3,7 @@
 #
 #   scripts/package-check.sh [--screenshot FILE] [DEB]     (DEB defaults to dist/dorvala_*.deb)
 #
-# 1. apt-get install ./DEB; the program carries cap_net_bind_service; the commands, manual
+# 1. The package's dependencies, then apt-get install ./DEB; the program carries cap_net_bind_service; the commands, manual
 #    pages, desktop entry, AppStream data and systemd unit are in place and valid.
 # 2. Two machines as network namespaces on one link (198.18.0.0/24; a namespace starts with
 #    the kernel's default unprivileged port limit, 1024): "server" runs dorvala-registry with
@@ -51,7 +51,9 @@ need=()
 for p in "${tools[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || need+=("$p")
 done
-[ ${#need[@]} -gt 0 ] && { apt update; apt install --no-install-recommends "${need[@]}"; }
+if [ ${#need[@]} -gt 0 ]; then
+  { apt update && apt install --no-install-recommends "${need[@]}"; } > /dev/null
+fi
 
 passed=0
 ok() { passed=$((passed + 1)); echo "ok   $*"; }
@@ -83,8 +85,12 @@ cleanup() {
 trap cleanup EXIT
 
 # ---------------------------------------------------------------- 1. install
+# What the package needs comes first, so that the snapshot compared after the purge holds
+# them: the purge removes the package, not the libraries it brought along.
+apt update > /dev/null
+apt satisfy "$(dpkg-deb -f "$deb" Depends)" > "$work/depends.log" 2>&1 \
+  || { cat "$work/depends.log"; fail "apt-get satisfy the package's Depends"; }
 snapshot > "$work/before"
-apt update
 apt install "$deb" > "$work/install.log" 2>&1 || { cat "$work/install.log"; fail "apt-get install"; }
 ok "apt-get install $(basename "$deb")"
 
@@ -106,7 +112,7 @@ if command -v desktop-file-validate > /dev/null; then desktop-file-validate "$de
 if command -v appstreamcli > /dev/null; then
   appstreamcli validate --no-net /usr/share/metainfo/id.pobrek.Dorvala.metainfo.xml > /dev/null
 fi
-if command -v systemd-analyze > /dev/null; then systemd-analyze verify "$unit"; fi
+if command -v systemd-analyze > /dev/null; then systemd-analyze verify --man=no "$unit"; fi
 ok "manual pages, desktop entry, AppStream data and unit installed"
 
 # ---------------------------------------------------------------- 2. two machines
@@ -119,7 +125,7 @@ ip -n "$ns_player" link set dvp$$ up
 ip -n "$ns_server" link set dvs$$ up
 ip -n "$ns_player" link set lo up
 ip -n "$ns_server" link set lo up
-[ "$(ip netns exec "$ns_player" sysctl -n net.ipv4.ip_unprivileged_port_start)" -ge 1024 ] \
+[ "$(ip netns exec "$ns_player" cat /proc/sys/net/ipv4/ip_unprivileged_port_start)" -ge 1024 ] \
   || fail "the player's machine lets anybody bind low ports; the check would prove nothing"
 
 home=$work/home
@@ -240,11 +246,16 @@ added=$(comm -13 "$work/before" "$work/after")
 removed=$(comm -23 "$work/before" "$work/after")
 # On a machine that others use at the same time, packages they install are theirs.
 strays=""
+others=0
 while IFS= read -r path; do
   [ -n "$path" ] || continue
-  dpkg-query -S "$path" > /dev/null 2>&1 && echo "note: $path came with another package" \
-    || strays+="$path"$'\n'
+  if dpkg-query -S "$path" > /dev/null 2>&1; then
+    others=$((others + 1))
+  else
+    strays+="$path"$'\n'
+  fi
 done <<< "$added"
+[ "$others" -eq 0 ] || echo "note: $others new paths belong to packages installed meanwhile"
 [ -z "$strays" ] || fail "left after purge: $strays"
 [ -z "$removed" ] || fail "gone after purge that was there before: $removed"
 ok "apt-get purge dorvala leaves /usr, /etc and /var as they were"
