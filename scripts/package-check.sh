@@ -17,7 +17,7 @@
 #       entry through a PASV data connection that points at the registry's address (and a
 #       port of the configured passive range); SIGTERM ends the host with status 0 and the
 #       entry withdrawn.
-#    With --screenshot, the installed game started with the desktop entry's Exec command line
+#    With --screenshot (before a.), the installed game started with the desktop entry's Exec command line
 #    (as nobody, under Xvfb) is saved to FILE.
 # 3. apt-get purge dorvala; no path under /usr, /etc or /var differs from before the install
 #    (apt's and dpkg's caches and logs aside).
@@ -151,6 +151,17 @@ listener() { # namespace port: the process name listening there
 }
 is_listening() { [ "$(listener "$1" "$2")" = "$3" ]; }
 
+if [ -n "$screenshot" ]; then
+  read -ra exec_line <<< "$(sed -n 's/^Exec=//p' "$desktop" | head -1)"
+  nsenter "$(on "$ns_player")" "${player[@]}" SHOT="$home/shot.png" xvfb-run -a -s "-screen 0 1280x800x24" sh -c \
+    '"$@" & sleep 5; import -window root "$SHOT"; kill $!; wait' sh "${exec_line[@]}" \
+    > "$work/shot.log" 2>&1 || true
+  [ -s "$home/shot.png" ] || { cat "$work/shot.log"; fail "no screenshot"; }
+  # The window alone, without the empty screen around it (no window manager places it).
+  convert "$home/shot.png" -fuzz 1% -trim +repage "$screenshot"
+  ok "screenshot of \"Exec=${exec_line[*]}\" saved to $screenshot"
+fi
+
 # The registry as its unit starts it; user nobody stands in for the unit's dynamic user.
 registry=$work/registry
 mkdir -p "$registry"
@@ -225,16 +236,6 @@ ok "the registry lists the host's entry 198.18.0.2, over PASV to $pasv_address:$
 stop_host "$work/host-b.log"
 wait_until 50 lists_entry "" || fail "the entry stays after the host ended: $(listing)"
 ok "the host's exit withdraws its entry"
-
-if [ -n "$screenshot" ]; then
-  read -ra exec_line <<< "$(sed -n 's/^Exec=//p' "$desktop" | head -1)"
-  nsenter "$(on "$ns_player")" "${player[@]}" SHOT="$home/shot.png" xvfb-run -a -s "-screen 0 1280x800x24" sh -c \
-    '"$@" & sleep 5; import -window root "$SHOT"; kill $!; wait' sh "${exec_line[@]}" \
-    > "$work/shot.log" 2>&1 || true
-  [ -s "$home/shot.png" ] || { cat "$work/shot.log"; fail "no screenshot"; }
-  cp "$home/shot.png" "$screenshot"
-  ok "screenshot of \"Exec=${exec_line[*]}\" saved to $screenshot"
-fi
 
 # ---------------------------------------------------------------- 3. purge
 kill "$registry_pid" 2>/dev/null || true

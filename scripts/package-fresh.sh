@@ -56,6 +56,7 @@ echo "fresh bookworm (minbase) made in $((SECONDS - start)) s"
 mkdir -p "$root/check"
 cp scripts/package-check.sh "$root/check/"
 cp "$deb" "$root/check/"
+status=0
 unshare --mount --propagation private /bin/bash -euc '
   root=$1
   shift
@@ -66,9 +67,10 @@ unshare --mount --propagation private /bin/bash -euc '
   mount -t tmpfs tmpfs "$root/run"
   chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
     /bin/bash /check/package-check.sh "$@"
-' sh "$root" ${check_args[@]+"${check_args[@]}"} "/check/$(basename "$deb")"
-if [ -n "${screenshot:-}" ]; then
+' sh "$root" ${check_args[@]+"${check_args[@]}"} "/check/$(basename "$deb")" || status=$?
+if [ -n "${screenshot:-}" ] && [ -f "$root/check/shot.png" ]; then
   cp "$root/check/shot.png" "$screenshot"
   echo "screenshot: $screenshot"
 fi
+[ "$status" -eq 0 ] || { echo "fresh system check FAILED after $((SECONDS - start)) s" >&2; exit "$status"; }
 echo "fresh system check passed in $((SECONDS - start)) s"
