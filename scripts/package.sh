@@ -43,7 +43,12 @@ rm -f dist/dorvala_*.deb
 cp "${debs[0]}" dist/
 deb=dist/$(basename "${debs[0]}")
 
-desktop-file-validate assets/desktop/*.desktop
-appstreamcli validate --no-net packaging/*.metainfo.xml
+# The package's own files, as a desktop sees them once installed: the desktop entry, and the
+# AppStream data together with the entry and icons it names (--no-net: no address is fetched).
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+dpkg-deb -x "$deb" "$tree"
+desktop-file-validate "$tree"/usr/share/applications/*.desktop
+appstreamcli validate-tree --no-net "$tree"
 lintian --fail-on error "$deb"
 echo "$deb"
