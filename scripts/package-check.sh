@@ -95,7 +95,7 @@ apt install "$deb" > "$work/install.log" 2>&1 || { cat "$work/install.log"; fail
 ok "apt-get install $(basename "$deb")"
 
 program=/usr/lib/dorvala/dorvala
-getcap "$program" | grep -q 'cap_net_bind_service=ep' \
+[ "$(getcap "$program")" = "$program cap_net_bind_service=ep" ] \
   || fail "$program lacks cap_net_bind_service: $(getcap "$program")"
 ok "the program carries cap_net_bind_service=ep and nothing else: $(getcap "$program")"
 [ "$(command -v dorvala)" = /usr/bin/dorvala ] && [ "$(readlink -f /usr/bin/dorvala)" = "$program" ] \
