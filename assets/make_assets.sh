@@ -2,7 +2,8 @@
 # Regenerates every picture, sound, the tune and the maker page's logo from scratch.
 # Deterministic: fixed seeds, no time stamps in the files, so a rerun changes nothing.
 #
-# usage: assets/make_assets.sh [part...]   parts: pieces table title login ui misc sounds tune
+# usage: assets/make_assets.sh [part...]   parts: pieces table title login ui misc icons sounds tune
+#        (misc includes icons; icons alone remakes the application icon in every size)
 # Needs ImageMagick (/usr/bin/convert), sox, python3 and the DejaVu and URW fonts;
 # fluidsynth with a General MIDI soundfont is used to check the tune when present.
 set -euo pipefail
@@ -74,6 +75,7 @@ for part in "${parts[@]}"; do
     login) make_login_back ;;
     ui) make_ui ;;
     misc) make_misc ;;
+    icons) make_icons ;;
     sounds) make_sounds ;;
     tune) make_tune ;;
     *) echo "unknown part: $part" >&2; exit 2 ;;

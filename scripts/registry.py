@@ -1,9 +1,15 @@
 #!/usr/bin/python3
-"""The lobby's registry: a small FTP server on one folder, for tests and local play.
+"""The lobby's registry: a small FTP server on one folder, for local play, a LAN or a
+server (installed as dorvala-registry), and for tests.
 
 Account "dorvala", password "418526", full rights on --root. Prints "READY <port>" on
 stdout once it listens (useful with --port 0, which takes a free port) and exits cleanly on
 SIGTERM or SIGINT.
+
+Data connections: EPSV replies carry a port only, so clients reach the address they dialled.
+PASV replies carry the address the client reached this server on, which is right on a LAN;
+behind NAT, --masquerade gives the public address instead. --passive-ports fixes the ports
+data connections use, for a firewall.
 
 Run it with Debian's /usr/bin/python3 (python3-pyftpdlib); other interpreters on PATH may
 lack the module.
@@ -23,11 +29,26 @@ ACCOUNT = "dorvala"
 PASSWORD = "418526"
 
 
+def port_range(text):
+    low, sep, high = text.partition("-")
+    try:
+        low, high = int(low), int(high if sep else low)
+    except ValueError:
+        raise argparse.ArgumentTypeError("expected LOW-HIGH, e.g. 60000-60099")
+    if not 1 <= low <= high <= 65535:
+        raise argparse.ArgumentTypeError("ports must satisfy 1 <= LOW <= HIGH <= 65535")
+    return list(range(low, high + 1))
+
+
 def main():
     parser = argparse.ArgumentParser(description="FTP registry for Dorvala Online")
     parser.add_argument("--host", default="127.0.0.1")
     parser.add_argument("--port", type=int, default=2121, help="0 takes a free port")
     parser.add_argument("--root", default=".", help="folder holding the registry entries")
+    parser.add_argument("--passive-ports", metavar="LOW-HIGH", type=port_range,
+                        help="ports for data connections, e.g. 60000-60099 (default: any)")
+    parser.add_argument("--masquerade", metavar="ADDRESS",
+                        help="address announced in PASV replies (a server behind NAT)")
     parser.add_argument("--verbose", action="store_true", help="log every command on stderr")
     parser.add_argument("--exit-with-parent", action="store_true",
                         help="stop when the process that started it is gone (tests)")
@@ -48,8 +69,14 @@ def main():
     # Logins with a wrong password should fail quickly in tests, not after pyftpdlib's
     # default three-second penalty.
     handler.auth_failed_timeout = 0.1
+    handler.passive_ports = args.passive_ports
+    handler.masquerade_address = args.masquerade
 
-    server = FTPServer((args.host, args.port), handler)
+    try:
+        server = FTPServer((args.host, args.port), handler)
+    except OSError as error:
+        parser.exit(1, "%s: cannot listen on %s port %d: %s\n"
+                    % (parser.prog, args.host, args.port, error.strerror or error))
     port = server.socket.getsockname()[1]
 
     def stop(_signum, _frame):

@@ -104,8 +104,17 @@ make_icons() {
   "$IM" "$w/icon.png" -filter Lanczos -resize 64x64 "$w/icon64.png"
   save_png "$w/icon64.png" "$PICTURES/Icon.png"
   save_png "$w/icon.png" "$ICONS/dorvala.png"
-  "$IM" "$w/icon.png" -filter Lanczos -resize 48x48 "$w/icon48.png"
-  save_png "$w/icon48.png" "$ICONS/dorvala-48.png"
+  # The desktop's icon theme sizes. Below 48 px a light sharpening keeps the two stones
+  # apart instead of melting into one blur.
+  local size
+  for size in 16 22 24 32 48 64 128; do
+    if [ $size -lt 48 ]; then
+      "$IM" "$w/icon.png" -filter Lanczos -resize ${size}x${size} -unsharp 0x0.6+0.8+0 "$w/icon$size.png"
+    else
+      "$IM" "$w/icon.png" -filter Lanczos -resize ${size}x${size} "$w/icon$size.png"
+    fi
+    save_png "$w/icon$size.png" "$ICONS/dorvala-$size.png"
+  done
 }
 
 make_misc() {

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <QList>
 #include <QString>
 
-// One pattern found by a detection tick: whose it was, which one, the points it turned to
-// the scored state (in the order written), and what it does to the two totals.
+// One pattern found by a detection tick: whose it was, which one, and what it does to the
+// two totals.
 struct WinResult
 {
     static constexpr int Plus = 0;  // `line` of the plus pattern; lines are 1..8
@@ -12,7 +11,6 @@ struct WinResult
     QString mark;            // "X" or "O"
     bool local = false;      // the mark is the local player's
     int line = Plus;
-    QList<int> cells;
     int ownChange = 0;       // +1 local line, +3 local plus, -1 opponent's line
     int opponentChange = 0;  // +3 for the opponent's plus, which costs the local player nothing
 

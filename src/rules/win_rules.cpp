@@ -26,10 +26,8 @@ WinResult score(Board &board, std::span<const int> cells, const QString &mark,
     result.mark = mark;
     result.local = mark == localMark;
     result.line = line;
-    for (int cell : cells) {
+    for (int cell : cells)
         board.setState(cell, scored);
-        result.cells.append(cell);
-    }
     const int worth = result.isPlus() ? 3 : 1;
     if (result.local)
         result.ownChange = worth;

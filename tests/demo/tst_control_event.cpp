@@ -13,37 +13,26 @@ private slots:
     void parse_data()
     {
         QTest::addColumn<QString>("line");
-        QTest::addColumn<bool>("isEvent");
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("payload");
-        QTest::addColumn<qint64>("t");
-        QTest::newRow("move") << "sent B2 17" << true << "sent" << "B2" << qint64(17);
+        QTest::addColumn<QString>("event");  // kind|payload|t, empty when not an event
+        QTest::newRow("move") << "sent B2 17" << "sent|B2|17";
         QTest::newRow("caption with spaces") << "verdict Anda Menang! Bonus!! +Triple Score 5"
-                                             << true << "verdict"
-                                             << "Anda Menang! Bonus!! +Triple Score" << qint64(5);
-        QTest::newRow("chat keeps inner spaces") << "received msg:  a  b 9" << true << "received"
-                                                 << "msg:  a  b" << qint64(9);
-        QTest::newRow("empty payload") << "received  123" << true << "received" << ""
-                                       << qint64(123);
-        QTest::newRow("answer") << "ok click B2 B2" << false << "" << "" << qint64(0);
-        QTest::newRow("state answer") << "state {\"WR\":\"0\"}" << false << "" << "" << qint64(0);
-        QTest::newRow("no time") << "sent B2 soon" << false << "" << "" << qint64(0);
-        QTest::newRow("kind alone") << "sent" << false << "" << "" << qint64(0);
-        QTest::newRow("unknown kind") << "moved B2 17" << false << "" << "" << qint64(0);
+                                             << "verdict|Anda Menang! Bonus!! +Triple Score|5";
+        QTest::newRow("chat keeps inner spaces") << "received msg:  a  b 9" << "received|msg:  a  b|9";
+        QTest::newRow("empty payload") << "received  123" << "received||123";
+        QTest::newRow("answer") << "ok click B2 B2" << "";
+        QTest::newRow("state answer") << "state {\"WR\":\"0\"}" << "";
+        QTest::newRow("no time") << "sent B2 soon" << "";
+        QTest::newRow("kind alone") << "sent" << "";
+        QTest::newRow("unknown kind") << "moved B2 17" << "";
     }
 
     void parse()
     {
         QFETCH(QString, line);
-        QFETCH(bool, isEvent);
-        const std::optional<ControlEvent> event = ControlEvent::parse(line);
-        QCOMPARE(event.has_value(), isEvent);
-        if (!isEvent)
-            return;
-        QTEST(event->kind, "kind");
-        QTEST(event->payload, "payload");
-        QTEST(event->t, "t");
-        QCOMPARE(event->format(), line);
+        const std::optional<ControlEvent> e = ControlEvent::parse(line);
+        QTEST(e ? e->kind + u'|' + e->payload + u'|' + QString::number(e->t) : QString(), "event");
+        if (e)
+            QCOMPARE(e->format(), line);
     }
 
     void escape_data()
@@ -64,14 +53,9 @@ private slots:
         QFETCH(QString, escaped);
         QCOMPARE(ControlEvent::escape(text), escaped);
         QCOMPARE(ControlEvent::unescape(escaped), text);
-        // An event line never breaks, whatever the peer sent.
+        // An event line never breaks, whatever the peer sent, nor grows without end.
         QVERIFY(!ControlEvent::escape(text).contains(u'\n'));
-    }
-
-    void escapeCutsLongText()
-    {
-        const QString escaped = ControlEvent::escape(QString(1000, u'a'), 200);
-        QCOMPARE(escaped, QString(200, u'a') + QStringLiteral("..."));
+        QCOMPARE(ControlEvent::escape(QString(1000, u'a') + text, 200), QString(200, u'a') + "...");
     }
 
     void transcript_data()

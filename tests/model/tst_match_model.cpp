@@ -67,166 +67,95 @@ class TestMatchModel : public QObject
     Q_OBJECT
 
 private slots:
-    void click_data();
-    void click();
-    void receiveMove_data();
-    void receiveMove();
-    void gameEnd_data();
-    void gameEnd();
+    void moves_data();
+    void moves();
     void receive_data();
     void receive();
     void typewriters();
 };
 
-void TestMatchModel::click_data()
+void TestMatchModel::moves_data()
 {
     QTest::addColumn<MatchSide>("side");
     QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("cell");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QStringList>("events");
-    QTest::addColumn<QString>("lastMsg");
-    const auto host = MatchSide::Host;
-    const auto join = MatchSide::Join;
-    QTest::newRow("host, free point") << host << ".../.../X.." << "B2" << ".../.O./X.."
-        << QStringList{"send:B2 B2=O open", "placed locked"} << "B2";
-    QTest::newRow("joiner, free corner") << join << ".../.O./..." << "C1" << "..X/.O./..."
-        << QStringList{"send:C1 C1=X open", "placed locked"} << "C1";
-    QTest::newRow("opponent's piece") << host << ".../.X./..." << "B2" << ".../.X./..."
-        << QStringList{"refused open"} << "XXavier";
-    QTest::newRow("scored X") << host << "x../.../..." << "A1" << "x../.../..."
-        << QStringList{"refused open"} << "XXavier";
-    QTest::newRow("scored O") << host << ".../.../..o" << "C3" << ".../.../..o"
-        << QStringList{"refused open"} << "XXavier";
-}
-
-void TestMatchModel::click()
-{
-    QFETCH(MatchSide, side);
-    QFETCH(QString, before);
-    QFETCH(QString, cell);
-    Side s(side);
-    s.setBoard(before);
-    s.model.click(Cell::indexOf(cell));
-    QTEST(s.events, "events");
-    QTEST(s.model.board().toString(), "after");
-    QTEST(s.model.LastMsg(), "lastMsg");
-}
-
-void TestMatchModel::receiveMove_data()
-{
-    QTest::addColumn<MatchSide>("side");
-    QTest::addColumn<QString>("XO");
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QStringList>("events");
-    const auto host = MatchSide::Host;
-    const auto join = MatchSide::Join;
-    QTest::newRow("host gets A1") << host << "O" << ".../.O./..." << "A1" << "X../.O./..."
-                                  << QStringList{"moved open"};
-    QTest::newRow("joiner gets C3 over its own X") << join << "X" << ".../.../..X" << "C3"
-                                                   << ".../.../..O" << QStringList{"moved open"};
-    QTest::newRow("host with mark X, silent") << host << "X" << ".../.../..." << "B2"
-                                              << ".../.O./..." << QStringList{};
-    QTest::newRow("joiner with mark O, as placed") << join << "O" << ".../.../..." << "B2"
-                                                   << ".../.X./..." << QStringList{"placed open"};
-    QTest::newRow("lower case is no move") << host << "O" << ".../.../..." << "b2" << ".../.../..."
-                                           << QStringList{};
-}
-
-void TestMatchModel::receiveMove()
-{
-    QFETCH(MatchSide, side);
-    QFETCH(QString, XO);
-    QFETCH(QString, before);
-    QFETCH(QString, message);
-    QFETCH(QString, after);
-    Side s(side);
-    s.model.setXO(XO);
-    s.model.LockBoard();
-    s.setBoard(before);
-    s.model.receive(message);
-    QTEST(s.events, "events");
-    // A move unlocks; anything else leaves the board locked.
-    QCOMPARE(s.model.isLocked(), after == before);
-    QCOMPARE(s.model.board().toString(), after);
-}
-
-void TestMatchModel::gameEnd_data()
-{
-    QTest::addColumn<MatchSide>("side");
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("move");  // "click B2" or "receive B2"
-    QTest::addColumn<QString>("after");
+    QTest::addColumn<QString>("move");     // "click B2", "receive B2", "receive B2 as X" (another mark)
+    QTest::addColumn<QString>("after");    // once detection has run
+    QTest::addColumn<QString>("events");   // in order, with the turn lock as it stood
     QTest::addColumn<QString>("caption");  // empty: the game goes on
-    QTest::addColumn<QString>("WR");
-    QTest::addColumn<QString>("WRL2");
-    QTest::addColumn<QString>("heard");
+    QTest::addColumn<QString>("totals");   // WR WRL2
     const auto host = MatchSide::Host;
     const auto join = MatchSide::Join;
+    QTest::newRow("host, free point") << host << ".../.../X.." << "click B2" << ".../.O./X.."
+        << "send:B2 B2=O open|placed locked" << "" << "0 0";
+    QTest::newRow("joiner, free corner") << join << ".../.O./..." << "click C1" << "..X/.O./..."
+        << "send:C1 C1=X open|placed locked" << "" << "0 0";
+    QTest::newRow("opponent's piece") << host << ".../.X./..." << "click B2" << ".../.X./..." << "refused open" << "" << "0 0";
+    QTest::newRow("scored X") << host << "x../.../..." << "click A1" << "x../.../..." << "refused open" << "" << "0 0";
+    QTest::newRow("scored O") << host << ".../.../..o" << "click C3" << ".../.../..o" << "refused open" << "" << "0 0";
+    QTest::newRow("host gets A1") << host << ".../.O./..." << "receive A1" << "X../.O./..." << "moved open" << "" << "0 0";
+    QTest::newRow("joiner gets C3 over its own X") << join << ".../.../..X" << "receive C3" << ".../.../..O"
+        << "moved open" << "" << "0 0";
+    QTest::newRow("host with mark X, silent") << host << ".../.../..." << "receive B2 as X" << ".../.O./..."
+        << "" << "" << "0 0";
+    QTest::newRow("joiner with mark O, as placed") << join << ".../.../..." << "receive B2 as O" << ".../.X./..."
+        << "placed open" << "" << "0 0";
     QTest::newRow("host's plus on B2") << host << ".O./O.O/.O." << "click B2" << ".o./ooo/.o."
-        << "Anda Menang! Bonus!! +Triple Score" << "3" << "0" << "placed won";
-    QTest::newRow("joiner sees the host's plus") << join << ".O./O.O/.O." << "receive B2"
-        << ".o./ooo/.o." << "Olga Melakukan +Triple Score" << "0" << "3" << "moved lost";
-    QTest::newRow("host sees the joiner's plus") << host << ".X./X.X/.X." << "receive B2"
-        << ".x./xxx/.x." << "Xavier Melakukan +Triple Score" << "0" << "3" << "moved lost";
+        << "send:B2 B2=O open|placed locked|won locked" << "Anda Menang! Bonus!! +Triple Score" << "3 0";
+    QTest::newRow("joiner sees the host's plus") << join << ".O./O.O/.O." << "receive B2" << ".o./ooo/.o."
+        << "moved open|lost open" << "Olga Melakukan +Triple Score" << "0 3";
+    QTest::newRow("host sees the joiner's plus") << host << ".X./X.X/.X." << "receive B2" << ".x./xxx/.x."
+        << "moved open|lost open" << "Xavier Melakukan +Triple Score" << "0 3";
     QTest::newRow("host loses below zero") << host << "X../.X./..." << "receive C3" << "x../.x./..x"
-        << "Anda Kalah!" << "-1" << "0" << "moved lost";
-    QTest::newRow("column B beats diagonal 7") << host << "OO./.../.OO" << "click B2"
-        << "Oo./.o./.oO" << "Anda Menang!" << "1" << "0" << "placed won";
+        << "moved open|lost open" << "Anda Kalah!" << "-1 0";
+    QTest::newRow("column B beats diagonal 7") << host << "OO./.../.OO" << "click B2" << "Oo./.o./.oO"
+        << "send:B2 B2=O open|placed locked|won locked" << "Anda Menang!" << "1 0";
     QTest::newRow("joiner's own line") << join << "X../X../..." << "click A3" << "x../x../x.."
-        << "Anda Menang!" << "1" << "0" << "placed won";
+        << "send:A3 A3=X open|placed locked|won locked" << "Anda Menang!" << "1 0";
     QTest::newRow("full board, no line") << host << "XOX/XOO/OX." << "click C3" << "XOX/XOO/OXO"
-        << "" << "0" << "0" << "placed";
+        << "send:C3 C3=O open|placed locked" << "" << "0 0";
 }
 
-void TestMatchModel::gameEnd()
+void TestMatchModel::moves()
 {
     QFETCH(MatchSide, side);
     QFETCH(QString, before);
     QFETCH(QString, move);
     QFETCH(QString, after);
     QFETCH(QString, caption);
-    QFETCH(QString, WR);
-    QFETCH(QString, WRL2);
+    QFETCH(QString, totals);
+    const QStringList words = move.split(u' ');
+    const bool click = words[0] == QLatin1String("click");
+    const int index = Cell::indexOf(words[1]);
     Side s(side);
     s.model.accepted();  // the host's cover is lifted
+    if (words.size() == 4)
+        s.model.setXO(words[3]);
+    if (!click)
+        s.model.LockBoard();  // waiting for the opponent
     s.setBoard(before);
     QSignalSpy saved(&s.model, &MatchModel::ownTotalChanged);
-
-    const int index = Cell::indexOf(move.section(u' ', 1));
-    if (move.startsWith(QLatin1String("click")))
-        s.model.click(index);
-    else
-        s.model.receive(move.section(u' ', 1));
-    // Detection waits until the handler is done; the new piece is still plain.
-    QCOMPARE(s.model.state(index).size(), 1);
+    const QString lastBefore = s.model.LastMsg();
+    click ? s.model.click(index) : s.model.receive(words[1]);
+    QCOMPARE(s.model.LastMsg(), before == after ? lastBefore : words[1]);
+    // Detection waits until the handler is done; a new piece is still plain.
+    QVERIFY(before == after || s.model.state(index).size() == 1);
     QVERIFY(!s.model.infoxShown());
 
     QCoreApplication::processEvents();
+    QTEST(s.events.join(u'|'), "events");
     QCOMPARE(s.model.board().toString(), after);
     QCOMPARE(s.model.game() == MatchModel::Game::Decided, !caption.isEmpty());
-    if (!caption.isEmpty())
-        QCOMPARE(s.model.infox(), caption);
-    QCOMPARE(s.model.infoxShown(), !caption.isEmpty());
+    QCOMPARE(s.model.infoxShown() ? s.model.infox() : QString(), caption);
     QCOMPARE(s.model.transShown(), !caption.isEmpty());
-    QCOMPARE(s.model.WR(), WR);
-    QCOMPARE(s.model.WRL2(), WRL2);
+    QCOMPARE(s.model.WR() + u' ' + s.model.WRL2(), totals);
     // Every change of the own total is announced at once, so that it is saved at once.
-    QCOMPARE(saved.count(), WR == QLatin1String("0") ? 0 : 1);
-    QStringList heard;
-    for (const QString &event : std::as_const(s.events)) {
-        if (!event.startsWith(QLatin1String("send:")))
-            heard << event.section(u' ', 0, 0);
-    }
-    QTEST(heard.join(u' '), "heard");
+    QCOMPARE(saved.count(), totals.startsWith(QLatin1String("0 ")) ? 0 : 1);
 
     // Later ticks find nothing new.
     s.events.clear();
     QVERIFY(s.model.WinTime_Timer().isEmpty());
     QCOMPARE(s.model.board().toString(), after);
-    QCOMPARE(s.model.WR(), WR);
+    QCOMPARE(s.model.WR() + u' ' + s.model.WRL2(), totals);
     QVERIFY(s.events.isEmpty());
 
     // Restart clears the points and the verdict; the turn and the totals stay as they are.
@@ -235,7 +164,7 @@ void TestMatchModel::gameEnd()
     QCOMPARE(s.model.board().toString(), QStringLiteral(".../.../..."));
     QVERIFY(!s.model.transShown() && !s.model.infoxShown());
     QCOMPARE(s.model.isLocked(), locked);
-    QCOMPARE(s.model.WR(), WR);
+    QCOMPARE(s.model.WR() + u' ' + s.model.WRL2(), totals);
     QCOMPARE(s.model.game(), MatchModel::Game::Playing);
 }
 
@@ -250,7 +179,6 @@ void TestMatchModel::receive_data()
     QTest::newRow("host answers a score once, later") << host << "$7" << "send:$4 open"
         << ".../.../... Olga Xavier 4 7 covered";
     QTest::newRow("joiner does not answer") << join << "$7" << "" << "O../.../... Olga Xavier 4 7 open";
-    QTest::newRow("$ alone: an empty total") << join << "$" << "" << "O../.../... Olga Xavier 4  open";
     QTest::newRow("host: X alone is an empty name") << host << "X" << ""
         << ".../.../... Olga  4 0 covered";
     QTest::newRow("joiner: X restarts and answers") << join << "X" << "send:$4 open"
@@ -261,10 +189,8 @@ void TestMatchModel::receive_data()
         << "chat open|log:Xavier:  hi\r\n open" << ".../.../... Olga Xavier 4 0 covered";
     QTest::newRow("joiner logs nothing") << join << "msg: hi" << "chat open"
         << "O../.../... Olga Xavier 4 0 open";
-    QTest::newRow("msg alone is skipped") << host << "msg" << "" << ".../.../... Olga Xavier 4 0 covered";
     QTest::newRow("glued score and name: the name is lost") << host << "$3XBob" << "send:$4 open"
         << ".../.../... Olga Xavier 4 3XBob covered";
-    QTest::newRow("unknown text") << join << "hallo" << "" << "O../.../... Olga Xavier 4 0 open";
 }
 
 void TestMatchModel::receive()

@@ -1,4 +1,3 @@
-#include "rules/board.h"
 #include "rules/cell.h"
 #include "rules/total_text.h"
 
@@ -9,65 +8,26 @@ class TestBoardRules : public QObject
     Q_OBJECT
 
 private slots:
-    void cellPlaces_data();
-    void cellPlaces();
-    void notPointNames_data();
-    void notPointNames();
-    void notation();
+    void cells();
     void totals_data();
     void totals();
 };
 
-void TestBoardRules::cellPlaces_data()
+// The letter is the column from the left, the digit the row from the top: A3 is the
+// bottom-left point, C1 the top-right. Only exact names are points.
+void TestBoardRules::cells()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("index");
-    QTest::addColumn<QRect>("rect");
-    QTest::newRow("A1 top-left") << "A1" << 0 << QRect(152, 88, 65, 65);
-    QTest::newRow("A3 bottom-left") << "A3" << 2 << QRect(152, 216, 65, 65);
-    QTest::newRow("B2 centre") << "B2" << 4 << QRect(216, 152, 65, 65);
-    QTest::newRow("C1 top-right") << "C1" << 6 << QRect(280, 88, 65, 65);
-    QTest::newRow("C3 bottom-right") << "C3" << 8 << QRect(280, 216, 65, 65);
-}
-
-void TestBoardRules::cellPlaces()
-{
-    QFETCH(QString, name);
-    QFETCH(int, index);
-    QFETCH(QRect, rect);
-    QCOMPARE(Cell::indexOf(name), index);
-    QCOMPARE(Cell::name(index), name);
-    QCOMPARE(Cell::rect(index), rect);
-}
-
-void TestBoardRules::notPointNames_data()
-{
-    QTest::addColumn<QString>("message");
+    for (int i = 0; i < Cell::Count; ++i) {
+        const QString a = Cell::name(i);
+        QCOMPARE(Cell::indexOf(a), i);
+        for (int j = 0; j < Cell::Count; ++j) {
+            const QString b = Cell::name(j);
+            const QPoint d = Cell::rect(i).center() - Cell::rect(j).center();
+            QVERIFY2((d.x() > 0) == (a[0] > b[0]) && (d.y() > 0) == (a[1] > b[1]), qPrintable(a + b));
+        }
+    }
     for (const char *text : {"", "a1", "c3", "A1 ", " B2", "B2B2", "D1", "A4", "X", "$B2", "msg: B2"})
-        QTest::newRow(text) << QString::fromLatin1(text);
-}
-
-void TestBoardRules::notPointNames()
-{
-    QFETCH(QString, message);
-    QCOMPARE(Cell::indexOf(message), -1);
-}
-
-void TestBoardRules::notation()
-{
-    Board board = Board::fromString(u"O.X/.o./x.?");  // '?' is not accepted on input
-    QCOMPARE(board.toString(), QStringLiteral(".../.../..."));
-
-    board.setStates(*Board::parse(u"O.X/.o./x.."));
-    QCOMPARE(board.state(Cell::indexOf(u"A1")), QStringLiteral("O"));
-    QCOMPARE(board.state(Cell::indexOf(u"C1")), QStringLiteral("X"));
-    QCOMPARE(board.state(Cell::indexOf(u"B2")), QStringLiteral("O2"));
-    QCOMPARE(board.state(Cell::indexOf(u"A3")), QStringLiteral("X2"));
-    board.setState(Cell::indexOf(u"C3"), QStringLiteral("x"));
-    QCOMPARE(board.toString(), QStringLiteral("O.X/.o./x.?"));
-
-    for (const char *bad : {"", "O.X/.O.", "O.X/.O./X.O/...", "O.XX/.O./X.", "0.X/.O./X.O"})
-        QVERIFY2(!Board::parse(QString::fromLatin1(bad)), bad);
+        QVERIFY2(Cell::indexOf(QString::fromLatin1(text)) == -1, text);
 }
 
 void TestBoardRules::totals_data()

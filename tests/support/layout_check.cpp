@@ -16,6 +16,18 @@ QList<const QWidget *> placed(const QWidget *screen)
     return shown;
 }
 
+// "name at x,y wxh"
+QString where(const QWidget *widget)
+{
+    const QRect box = widget->geometry();
+    return QStringLiteral("%1 at %2,%3 %4x%5")
+        .arg(widget->objectName())
+        .arg(box.x())
+        .arg(box.y())
+        .arg(box.width())
+        .arg(box.height());
+}
+
 } // namespace
 
 QStringList LayoutCheck::overlaps(const QWidget *screen, const QSet<QString> &stacked)
@@ -69,15 +81,4 @@ QStringList LayoutCheck::outside(const QWidget *screen, const QStringList &names
             found << where(control);
     }
     return found;
-}
-
-QString LayoutCheck::where(const QWidget *widget)
-{
-    const QRect box = widget->geometry();
-    return QStringLiteral("%1 at %2,%3 %4x%5")
-        .arg(widget->objectName())
-        .arg(box.x())
-        .arg(box.y())
-        .arg(box.width())
-        .arg(box.height());
 }

@@ -16,9 +16,7 @@ QStringList overlaps(const QWidget *screen, const QSet<QString> &stacked = {});
 // Names of visible labels and buttons whose text needs more room than their box gives.
 // Labels that clip on purpose (their size hint is their size) and pictures never count.
 QStringList cramped(const QWidget *screen);
-// Each of `names` that `screen` lacks or that reaches outside `area`, as where() says it.
+// Each of `names` that `screen` lacks or that reaches outside `area`, with its box.
 QStringList outside(const QWidget *screen, const QStringList &names, const QRect &area);
-// "name at x,y wxh"
-QString where(const QWidget *widget);
 
 } // namespace LayoutCheck

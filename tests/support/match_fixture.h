@@ -30,11 +30,10 @@ public:
     JoinScreen *openJoin(const QString &name, const QString &address = QStringLiteral("127.0.0.1"));
     // Both screens open and the opening exchange done (names and totals on both sides).
     bool startMatch(const QString &hostName, const QString &joinName);
-    // Ani's host screen with a bare socket for a joiner, past the host's greeting; with a
-    // name, the peer also introduces itself and the host shows it.
-    bool openHostWithPeer(MatchPeer &peer, const QString &peerName = {});
+    // Ani's host screen with a bare socket for a joiner, past the host's greeting.
+    bool openHostWithPeer(MatchPeer &peer);
 
-    // The text of a label, line edit or button named `name` on `screen`.
+    // The text of the label named `name` on `screen`.
     static QString text(const QWidget *screen, const QString &name);
     static bool visible(const QWidget *screen, const QString &name);
     static bool enabled(const QWidget *screen, const QString &name);
