@@ -1,6 +1,7 @@
 #include "program.h"
 #include "shell/screens.h"
 
+#include "platform/console.h"
 #include "platform/ftp_transfer.h"
 #include "platform/picture_store.h"
 
@@ -11,10 +12,9 @@
 
 int main(int argc, char *argv[])
 {
+    attachStandardStreams();
     // Read before QApplication exists: Qt takes "-name"/"--name" from argv as its own option.
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments << QString::fromLocal8Bit(argv[i]);
+    const QStringList arguments = programArguments(argc, argv);
 
     QCoreApplication::setOrganizationName(QStringLiteral("Pobrek"));
     QCoreApplication::setApplicationName(QStringLiteral("dorvala"));
@@ -27,9 +27,7 @@ int main(int argc, char *argv[])
         return options.ok ? 0 : 2;
     }
     // The demo plays offscreen when there is no display to show it on.
-    if (!options.demo.isEmpty() && qEnvironmentVariableIsEmpty("DISPLAY")
-        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
-        && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    if (!options.demo.isEmpty() && !hasWindowSystem() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
     QApplication app(argc, argv);

@@ -2,6 +2,7 @@
 
 #include "control/control_channel.h"
 #include "demo/demo_director.h"
+#include "platform/end_requests.h"
 #include "shell/login_screen.h"
 #include "shell/screens.h"
 #include "shell/title_screen.h"
@@ -9,31 +10,9 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QLineEdit>
-#include <QSocketNotifier>
 #include <QTimer>
 
 #include <cstdio>
-
-#ifdef Q_OS_UNIX
-#include <csignal>
-#include <sys/socket.h>
-#include <unistd.h>
-#endif
-
-namespace {
-
-#ifdef Q_OS_UNIX
-int g_signalPipe[2] = {-1, -1};
-
-void signalHandler(int)
-{
-    const char byte = 1;
-    // Only async-signal-safe work here: the event loop does the rest.
-    [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[0], &byte, 1);
-}
-#endif
-
-} // namespace
 
 Program::Options Program::parse(const QStringList &arguments)
 {
@@ -145,25 +124,12 @@ void Program::quickStart(const Options &options)
 
 void Program::watchSignals()
 {
-#ifdef Q_OS_UNIX
-    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalPipe) != 0)
-        return;
-    m_notifier = new QSocketNotifier(g_signalPipe[1], QSocketNotifier::Read, this);
-    connect(m_notifier, &QSocketNotifier::activated, this, &Program::onSignal);
-    struct sigaction action = {};
-    action.sa_handler = signalHandler;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-#endif
+    auto *requests = new EndRequests(this);
+    connect(requests, &EndRequests::requested, this, &Program::onSignal);
+    requests->watch();
 }
 
 void Program::onSignal()
 {
-#ifdef Q_OS_UNIX
-    char byte = 0;
-    [[maybe_unused]] const ssize_t got = ::read(g_signalPipe[1], &byte, 1);
-#endif
     m_screens.closeAllAndQuit();
 }

@@ -5,11 +5,10 @@
 
 class ControlChannel;
 class QApplication;
-class QSocketNotifier;
 class Screens;
 
 // The program around the screens: command line, quick start, and the ending on SIGINT and
-// SIGTERM.
+// SIGTERM (on Windows: Ctrl+C, the console's closing, log-off and shutdown).
 class Program : public QObject
 {
     Q_OBJECT
@@ -32,7 +31,9 @@ public:
     // Shows the title screen and, for a quick start, takes the same road as the clicks.
     // With a demo folder the program directs a demo match instead and ends with its result.
     void start(const Options &options);
-    // Closes the open screens on SIGINT/SIGTERM, as their title-bar close would.
+    // Closes the open screens on SIGINT/SIGTERM (and Windows' console and session ends), as
+    // their title-bar close would. On Windows the system waits for the program until this
+    // object is destroyed: keep it until the registry's transfers are done.
     void watchSignals();
 
 private:
@@ -40,6 +41,5 @@ private:
     void onSignal();
 
     Screens &m_screens;
-    QSocketNotifier *m_notifier = nullptr;
     ControlChannel *m_control = nullptr;
 };

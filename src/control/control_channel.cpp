@@ -20,16 +20,11 @@
 #include <QJsonDocument>
 #include <QLabel>
 #include <QMessageBox>
-#include <QSocketNotifier>
 #include <QTimer>
 
-#include <cstdio>
+#include "platform/standard_input.h"
 
-#ifdef Q_OS_UNIX
-#include <csignal>
-#include <cerrno>
-#include <unistd.h>
-#endif
+#include <cstdio>
 
 namespace {
 
@@ -61,32 +56,21 @@ ControlChannel::~ControlChannel()
 
 bool ControlChannel::listenOnStandardInput()
 {
-#ifdef Q_OS_UNIX
-    // A director that has gone must not take this program down with a broken pipe.
-    std::signal(SIGPIPE, SIG_IGN);
-    m_input = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
-    connect(m_input, &QSocketNotifier::activated, this, &ControlChannel::readInput);
-    return true;
-#else
-    return false;
-#endif
+    if (!m_input) {
+        m_input = new StandardInput(this);
+        connect(m_input, &StandardInput::received, this, &ControlChannel::readInput);
+        connect(m_input, &StandardInput::ended, this, [this] {
+            // After the commands still waiting, as if the last one had been "quit".
+            m_queue.append(QStringLiteral("quit"));
+            m_next->start();
+        });
+    }
+    return m_input->start();
 }
 
-void ControlChannel::readInput()
+void ControlChannel::readInput(const QByteArray &bytes)
 {
-#ifdef Q_OS_UNIX
-    char buffer[4096];
-    const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
-    if (got < 0 && (errno == EINTR || errno == EAGAIN))
-        return;
-    if (got <= 0) {
-        m_input->setEnabled(false);
-        // After the commands still waiting, as if the last one had been "quit".
-        m_queue.append(QStringLiteral("quit"));
-        m_next->start();
-        return;
-    }
-    m_pending.append(buffer, got);
+    m_pending.append(bytes);
     qsizetype end;
     while ((end = m_pending.indexOf('\n')) >= 0) {
         QString line = QString::fromUtf8(m_pending.left(end));
@@ -97,7 +81,6 @@ void ControlChannel::readInput()
     }
     if (!m_queue.isEmpty())
         m_next->start();
-#endif
 }
 
 void ControlChannel::handleNext()
@@ -314,8 +297,10 @@ void ControlChannel::quit()
     if (m_quitting)
         return;
     m_quitting = true;
-    if (m_input)
-        m_input->setEnabled(false);
+    if (m_input) {
+        m_input->deleteLater();  // nothing more is read
+        m_input = nullptr;
+    }
     m_queue.clear();
     // As the title-bar close of every open screen: a host withdraws its registry entry.
     m_screens.closeAllAndQuit();

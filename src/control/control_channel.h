@@ -10,9 +10,9 @@
 #include <functional>
 
 class MatchScreen;
-class QSocketNotifier;
 class QTimer;
 class Screens;
+class StandardInput;
 
 // Remote control of the running program for automation (`--control`): one command per
 // line on standard input, answers and events on standard output, one line each. Commands
@@ -54,7 +54,7 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void readInput();
+    void readInput(const QByteArray &bytes);
     void handleNext();
     void attach(MatchScreen *screen);
     void report(const QString &kind, const QString &payload);
@@ -67,7 +67,7 @@ private:
 
     Screens &m_screens;
     Writer m_writer;
-    QSocketNotifier *m_input = nullptr;
+    StandardInput *m_input = nullptr;
     QByteArray m_pending;
     QStringList m_queue;
     QTimer *m_next;

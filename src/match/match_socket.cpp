@@ -1,5 +1,6 @@
 #include "match_socket.h"
 
+#include "platform/keep_alive.h"
 #include "wire/wire_message.h"
 
 #include <QHostAddress>
@@ -8,13 +9,6 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-#include <utility>
-
-#ifdef Q_OS_LINUX
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#endif
 
 namespace {
 
@@ -26,16 +20,11 @@ void tune(QTcpSocket *socket)
     // the acknowledgement of the one before (up to 40 ms when the peer delays its ACK).
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     // A peer whose machine vanishes (cable, power, sleep) sends no close: without probes
-    // it looks like a player who is thinking, for ever. The kernel probes a silent
+    // it looks like a player who is thinking, for ever. The system probes a silent
     // connection after 30 s and gives up after three unanswered probes 10 s apart; the
     // screen then shows the connection as lost. No wake-ups in this process meanwhile.
     socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-#ifdef Q_OS_LINUX
-    const int fd = int(socket->socketDescriptor());
-    for (const auto &[option, value] : {std::pair{TCP_KEEPIDLE, 30}, std::pair{TCP_KEEPINTVL, 10},
-                                        std::pair{TCP_KEEPCNT, 3}})
-        ::setsockopt(fd, IPPROTO_TCP, option, &value, sizeof value);
-#endif
+    setKeepAlive(socket->socketDescriptor(), 30, 10, 3);
 }
 
 // A host name we may look up; anything else (spaces, a port suffix, stray signs) is

@@ -33,7 +33,7 @@ Scoreboard::Mark own(MatchSide screen)
 
 QRect Scoreboard::turnCaption()
 {
-    return {Left + 3, 20, 70, 24};
+    return {Left + 1, 20, 72, 24};
 }
 
 QRect Scoreboard::turnLamp()

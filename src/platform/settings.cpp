@@ -2,6 +2,9 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QMutex>
 #include <QHostInfo>
 #include <QNetworkInterface>
 #include <QStandardPaths>
@@ -21,7 +24,7 @@ QString Settings::driveC()
     QString folder = env("DORVALA_DRIVE_C");
     if (folder.isEmpty()) {
 #ifdef Q_OS_WIN
-        folder = QStringLiteral("C:/");
+        folder = writableOrUserFolder(QStringLiteral("C:/"));
 #else
         folder = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)
                  + QStringLiteral("/C");
@@ -29,6 +32,26 @@ QString Settings::driveC()
     }
     QDir().mkpath(folder);
     return QDir::cleanPath(folder);
+}
+
+QString Settings::writableOrUserFolder(const QString &root)
+{
+    static QMutex mutex;
+    static QHash<QString, bool> writable;
+    const QMutexLocker lock(&mutex);
+    auto known = writable.constFind(root);
+    if (known == writable.constEnd()) {
+        // Only a real file tells: folder permissions say little on Windows (C:\ lets users
+        // make folders but not files, and virtualisation may fake either).
+        QFile probe(QDir(root).filePath(QStringLiteral("dorvala-probe-%1.tmp")
+                                            .arg(QCoreApplication::applicationPid())));
+        const bool ok = probe.open(QIODevice::NewOnly | QIODevice::WriteOnly) && probe.remove();
+        known = writable.insert(root, ok);
+    }
+    if (*known)
+        return root;
+    return QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation)
+           + QStringLiteral("/C");
 }
 
 QString Settings::cFile(const QString &programPath)

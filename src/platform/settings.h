@@ -7,9 +7,14 @@
 class Settings
 {
 public:
-    // The folder that stands for drive C: (C:/ on Windows; DORVALA_DRIVE_C, else the
-    // per-user data folder + "/C"). Created on first use.
+    // The folder that stands for drive C:: DORVALA_DRIVE_C when set; on Windows C:/ itself
+    // where the player may create files there, else the per-user data folder + "/C" (a
+    // standard account may not write at C:\'s root); elsewhere that per-user folder.
+    // Created on first use.
     static QString driveC();
+    // `root` when a file can be created and removed there, else the per-user data folder
+    // + "/C". The answer for one root is kept for the rest of the run.
+    static QString writableOrUserFolder(const QString &root);
     // Maps a program path written "C:/name" or "C:\name" to a file inside driveC().
     // The name is made safe: separators, colons and control characters become "_", so a
     // player name like "../x" can never lead outside the folder.

@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-class QSoundEffect;
+#include <memory>
 
 // One multimedia control bound to a short wave file, driven by command strings: "open"
 // binds the device to the file, "prev" rewinds, "play" sounds it from the start without
@@ -44,15 +44,15 @@ signals:
     void commandReceived(const QString &command);
 
 private:
+    // The platform's player (sound_cue_posix.cpp, sound_cue_win.cpp).
+    struct Output;
     void open();
     void close();
+    void rewind();
     void play();
-    void makeEffect();
-    static bool hasAudioOutput();
 
     QString m_fileName;
-    QString m_path;  // the file found by the last successful open
-    QSoundEffect *m_effect = nullptr;
+    std::unique_ptr<Output> m_output;  // while open
     bool m_open = false;
     int m_playCount = 0;
     QStringList m_log;

@@ -4,16 +4,14 @@
 #include <QString>
 
 #include <memory>
-#include <thread>
 
-class TuneSession;
-
-// Plays a MIDI file once through a software synthesizer, driven like a multimedia control:
-// "open", "prev", "play", "close" (case-insensitive). Everything slow (loading the sound
-// font, opening and closing the audio device, playing) happens on a worker thread, so no
-// command and not the destructor ever waits for it. Silent on any failure: no synthesizer
-// in the build, no sound font, no audio device, a file that is not MIDI. When the tune has
-// ended the synthesizer and the audio device are released, so an idle player costs nothing.
+// Plays a MIDI file once, driven like a multimedia control: "open", "prev", "play", "close"
+// (case-insensitive). On Windows the system's own MIDI sequencer plays it (MCI); elsewhere
+// a software synthesizer does, and everything slow (loading the sound font, opening and
+// closing the audio device, playing) happens on a worker thread. Either way no command and
+// not the destructor ever waits. Silent on any failure: no synthesizer in the build, no
+// sound font, no audio device, a file that is not MIDI. When the tune has ended the player
+// and the audio device are released, so an idle player costs nothing.
 class TunePlayer : public QObject
 {
     Q_OBJECT
@@ -29,15 +27,16 @@ public:
     void command(const QString &command);
 
     bool isOpen() const { return m_open; }
-    // From "play" until the worker reports that it has released everything.
-    bool isPlaying() const { return m_session != nullptr; }
+    // From "play" until the player reports that it has released everything.
+    bool isPlaying() const;
     int playCount() const { return m_playCount; }
 
     // DORVALA_SOUNDFONT when set (even if it does not exist, so that a machine can be made
-    // silent), else the first General MIDI font found; empty when there is none.
+    // silent), else the first General MIDI font found; empty when there is none (always on
+    // Windows, whose sequencer brings its own sounds).
     static QString soundFont();
     // Renders the whole tune offline into a wave file, on the calling thread (a 30 s tune
-    // takes about 1.5 s); false when it cannot.
+    // takes about 1.5 s); false when it cannot (always on Windows).
     static bool renderToWave(const QString &midi, const QString &wav);
 
 signals:
@@ -46,13 +45,17 @@ signals:
     void finished();
 
 private:
+    // The platform's player (tune_player_posix.cpp, tune_player_win.cpp).
+    struct Output;
+    bool open(const QString &path);
+    void rewind();
     void play();
     void stop();
-    void worker_Finished(const TuneSession *session);
+    // `which` is the playing that ended; a report of one stopped meanwhile is ignored.
+    void output_Finished(const void *which);
 
     QString m_fileName;
     bool m_open = false;
     int m_playCount = 0;
-    std::shared_ptr<TuneSession> m_session;
-    std::thread m_worker;
+    std::unique_ptr<Output> m_output;
 };

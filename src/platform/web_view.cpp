@@ -1,5 +1,7 @@
 #include "web_view.h"
 
+#include "cp1252.h"
+
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QNetworkAccessManager>
@@ -7,6 +9,8 @@
 #include <QNetworkRequest>
 #include <QStringDecoder>
 #include <QTextDocument>
+
+#include <cctype>
 
 namespace {
 
@@ -40,15 +44,50 @@ QString localPath(const QUrl &url)
     return url.isLocalFile() ? url.toLocalFile() : u':' + url.path();
 }
 
+// The value after "charset=" in a header or, for a page, in its first kilobyte (a meta
+// tag), without quotes; empty when there is none.
+QString charsetIn(QByteArrayView text)
+{
+    const qsizetype at = text.indexOf("charset=");
+    if (at < 0)
+        return {};
+    QByteArrayView value = text.sliced(at + 8);
+    while (!value.isEmpty() && (value.front() == '"' || value.front() == '\'' || value.front() == ' '))
+        value = value.sliced(1);
+    qsizetype end = 0;
+    while (end < value.size() && (std::isalnum(uchar(value[end])) || value[end] == '-' || value[end] == '_'))
+        ++end;
+    return QString::fromLatin1(value.first(end)).toLower();
+}
+
+QString decodeAs(const QString &charset, const QByteArray &body, bool *known)
+{
+    // Web pages labelled Latin-1 or ASCII are read as windows-1252, as browsers do; that
+    // decoder is our own, since Qt without ICU (on Windows) has none.
+    static const QStringList westernLabels{QStringLiteral("windows-1252"), QStringLiteral("cp1252"),
+                                           QStringLiteral("x-cp1252"), QStringLiteral("iso-8859-1"),
+                                           QStringLiteral("latin1"), QStringLiteral("l1"),
+                                           QStringLiteral("us-ascii"), QStringLiteral("ascii")};
+    *known = true;
+    if (westernLabels.contains(charset))
+        return Cp1252::decode(body);
+    QStringDecoder decoder(charset.toLatin1().constData());
+    if (decoder.isValid())
+        return decoder.decode(body);
+    *known = false;
+    return {};
+}
+
 QString decodePage(const QByteArray &body, const QString &contentType, bool html)
 {
-    const qsizetype at = contentType.indexOf(QLatin1String("charset="), 0, Qt::CaseInsensitive);
-    if (at >= 0) {
-        QString charset = contentType.mid(at + 8).section(u';', 0, 0).trimmed();
-        charset.remove(u'"');
-        QStringDecoder decoder(charset.toLatin1().constData());
-        if (decoder.isValid())
-            return decoder.decode(body);
+    bool known = false;
+    QString charset = charsetIn(contentType.toLower().toLatin1());
+    if (charset.isEmpty() && html)
+        charset = charsetIn(body.left(1024).toLower());
+    if (!charset.isEmpty()) {
+        const QString text = decodeAs(charset, body, &known);
+        if (known)
+            return text;
     }
     if (html) {
         QStringDecoder decoder = QStringDecoder::decoderForHtml(body);

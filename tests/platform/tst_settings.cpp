@@ -27,6 +27,8 @@ class TestSettings : public QObject
 
 private slots:
     void driveCComesFromEnvironment();
+    void rootOnlyWhereAFileCanBeMade_data();
+    void rootOnlyWhereAFileCanBeMade();
     void cFileStaysInsideDriveC_data();
     void cFileStaysInsideDriveC();
     void ports_data();
@@ -43,6 +45,33 @@ void TestSettings::driveCComesFromEnvironment()
     setEnv("DORVALA_DRIVE_C", QFile::encodeName(folder));
     QCOMPARE(Settings::driveC(), QDir::cleanPath(folder));
     QVERIFY(QFileInfo(folder).isDir());
+}
+
+// Windows' drive C: is C:\ itself only where the player may make a file there, and asking
+// leaves nothing behind.
+void TestSettings::rootOnlyWhereAFileCanBeMade_data()
+{
+    QTest::addColumn<QString>("root");
+    QTest::addColumn<bool>("kept");
+
+    QTest::newRow("writable") << m_dir.path() << true;
+    QTest::newRow("missing") << m_dir.filePath(QStringLiteral("no/such/drive")) << false;
+    QTest::newRow("a file, not a folder") << m_dir.filePath(QStringLiteral("file")) << false;
+}
+
+void TestSettings::rootOnlyWhereAFileCanBeMade()
+{
+    QFETCH(QString, root);
+    QFETCH(bool, kept);
+    QFile file(m_dir.filePath(QStringLiteral("file")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    const QStringList before = QDir(m_dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    const QString chosen = Settings::writableOrUserFolder(root);
+    QCOMPARE(chosen == root, kept);
+    if (!kept)
+        QVERIFY2(chosen.endsWith(QLatin1String("/C")) && !chosen.startsWith(m_dir.path()), qPrintable(chosen));
+    QCOMPARE(QDir(m_dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), before);
 }
 
 void TestSettings::cFileStaysInsideDriveC_data()

@@ -1,7 +1,9 @@
 #include "platform/sound_cue.h"
 #include "support/test_files.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -72,6 +74,22 @@ private slots:
             QVERIFY2(cue.isOpen(), qPrintable(given));
         }
     }
+
+#ifdef Q_OS_WIN
+    // A program run from the root of a drive has "T:\\" for its folder, so a cue's file name
+    // is "T:\\/WIN.wav". scripts/windows/test.sh runs the tests so, from their folder made a
+    // drive; the system's own player must open the file.
+    void programAtDriveRoot()
+    {
+        const QString folder = QDir::toNativeSeparators(QCoreApplication::applicationDirPath());
+        if (!folder.endsWith(u'\\') || !QFileInfo::exists(folder + QStringLiteral("WIN.wav")))
+            QSKIP("not run from the root of a drive holding the wave files");
+        SoundCue cue;
+        cue.setFileName(folder + QStringLiteral("/WIN.wav"));
+        cue.command(QStringLiteral("open"));
+        QVERIFY2(cue.isOpen(), qPrintable(cue.fileName()));
+    }
+#endif
 
 private:
     QTemporaryDir m_dir;

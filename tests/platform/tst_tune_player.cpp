@@ -10,6 +10,19 @@
 
 #include <memory>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+
+namespace {
+
+bool underWine()
+{
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+} // namespace
+#endif
+
 class TestTunePlayer : public QObject
 {
     Q_OBJECT
@@ -84,13 +97,18 @@ private slots:
         const qint64 elapsed = timer.elapsed();
         QVERIFY(player.isOpen());
         QCOMPARE(player.playCount(), 1);
-#ifdef DORVALA_HAVE_FLUIDSYNTH
-        // The font loads and the device opens on the worker; the call only starts it.
+#if defined(DORVALA_HAVE_FLUIDSYNTH) || defined(Q_OS_WIN)
+        // The call only starts the tune: the font loads and the device opens on the worker,
+        // or the system's sequencer plays it.
         QVERIFY(player.isPlaying());
         QVERIFY2(elapsed < 1000, qPrintable(QString::number(elapsed)));
         // Without an audio device the worker gives up at once; with one the tune lasts about
         // two seconds including its release.
-        QVERIFY(finished.wait(30000));
+#ifdef Q_OS_WIN
+        if (underWine() && !finished.wait(3000))
+            QSKIP("Wine's sequencer without a MIDI device stands at the start, playing, for ever");
+#endif
+        QVERIFY(!finished.isEmpty() || finished.wait(30000));
 #endif
         QVERIFY(!player.isPlaying());
         Q_UNUSED(elapsed);

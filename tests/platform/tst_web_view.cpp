@@ -48,6 +48,7 @@ private slots:
         QTest::addColumn<QString>("shown");
         QTest::newRow("local page") << page() << true << "Halaman pembuat";
         QTest::newRow("html in cp1252") << web("/page") << true << "Iklan & caf\u00E9";
+        QTest::newRow("labelled latin-1 in the page") << web("/meta") << true << "Harga \u20AC 5";
         QTest::newRow("plain text") << web("/plain") << true << "<b>bukan tebal</b>";
         // The reason given for a missing local file is its path, shown as written, never obeyed.
         const QString markup = m_dir.filePath("<b>tebal</b>&amp;.html");
@@ -114,7 +115,7 @@ private slots:
     }
 
 private:
-    // A tiny web server: /page and /plain answer, /silent never does, the rest is 404.
+    // A tiny web server: /page, /meta and /plain answer, /silent never does, the rest is 404.
     void serve()
     {
         while (QTcpSocket *socket = m_server.nextPendingConnection()) {
@@ -128,6 +129,10 @@ private:
                 if (path == "/plain") {
                     head = "200 OK\r\nContent-Type: text/plain; charset=utf-8";
                     body = "<b>bukan tebal</b>";
+                } else if (path == "/meta") {
+                    // Labelled in the page only, and as Latin-1: browsers read it as cp1252.
+                    head = "200 OK\r\nContent-Type: text/html";
+                    body = "<html><head><meta charset=\"ISO-8859-1\"></head><body>Harga \x80 5</body></html>";
                 } else if (path != "/page") {
                     head = "404 Not Found";
                     body = "tidak ada";

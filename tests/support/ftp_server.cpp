@@ -1,9 +1,39 @@
 #include "ftp_server.h"
+#include "match_env.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHostAddress>
+#include <QTcpSocket>
+#include <QThread>
+
+#ifdef Q_OS_WIN
+#include <windows.h>
+
+namespace {
+
+// Under Wine the registry is a Linux process (Debian's python3 started through Wine): it
+// needs a folder's Linux name, and what it writes on standard output does not come back
+// through QProcess's pipes there, so it gets a free port and is ready once that answers.
+QString linuxPath(const QString &path)
+{
+    using Convert = char *(CDECL *)(const wchar_t *);
+    const auto convert = reinterpret_cast<Convert>(reinterpret_cast<void *>(
+        GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
+    if (!convert)
+        return path;
+    char *name = convert(reinterpret_cast<const wchar_t *>(QDir::toNativeSeparators(path).utf16()));
+    if (!name)
+        return path;
+    const QString converted = QString::fromLocal8Bit(name);
+    HeapFree(GetProcessHeap(), 0, name);
+    return converted;
+}
+
+} // namespace
+#endif
 
 FtpServer::FtpServer()
 {
@@ -34,6 +64,26 @@ bool FtpServer::start(int timeoutMs)
         m_error = QStringLiteral("no temporary folder");
         return false;
     }
+#ifdef Q_OS_WIN
+    const quint16 port = MatchEnv::freePort();
+    m_process.start(python(), {script(), QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
+                               QStringLiteral("--port"), QString::number(port),
+                               QStringLiteral("--root"), linuxPath(m_root.path()),
+                               QStringLiteral("--exit-with-parent")});
+    const QDeadlineTimer deadline(timeoutMs);
+    while (m_process.waitForStarted(timeoutMs) && !deadline.hasExpired()) {
+        QTcpSocket probe;
+        probe.connectToHost(QHostAddress::LocalHost, port);
+        if (probe.waitForConnected(500)) {
+            m_port = port;
+            return true;
+        }
+        QThread::msleep(100);
+    }
+    m_error = QStringLiteral("registry did not start: ") + m_process.errorString();
+    stop();
+    return false;
+#else
     m_process.start(python(), {script(), QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
                                QStringLiteral("--port"), QStringLiteral("0"),
                                QStringLiteral("--root"), m_root.path(),
@@ -62,6 +112,7 @@ bool FtpServer::start(int timeoutMs)
                        QString::fromLocal8Bit(m_process.readAllStandardError()));
     stop();
     return false;
+#endif
 }
 
 void FtpServer::stop()
