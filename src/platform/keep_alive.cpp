@@ -31,6 +31,11 @@ bool setKeepAlive(qintptr descriptor, int idle, int interval, int probes)
     constexpr int tcpKeepCount = 16;
     const DWORD count = DWORD(probes);
     setsockopt(socket, IPPROTO_TCP, tcpKeepCount, reinterpret_cast<const char *>(&count), sizeof count);
+    // The longest retransmission of unacknowledged data, in seconds (TCP_MAXRT).
+    constexpr int tcpMaxRetransmit = 5;
+    const DWORD giveUp = DWORD(idle + interval * probes);
+    setsockopt(socket, IPPROTO_TCP, tcpMaxRetransmit, reinterpret_cast<const char *>(&giveUp),
+               sizeof giveUp);
     return true;
 #else
     const int fd = int(descriptor);
@@ -40,6 +45,10 @@ bool setKeepAlive(qintptr descriptor, int idle, int interval, int probes)
     for (const auto &[option, value] :
          {std::pair{TCP_KEEPIDLE, idle}, std::pair{TCP_KEEPINTVL, interval}, std::pair{TCP_KEEPCNT, probes}})
         ok = ::setsockopt(fd, IPPROTO_TCP, option, &value, sizeof value) == 0 && ok;
+#endif
+#ifdef TCP_USER_TIMEOUT
+    const unsigned giveUpMs = unsigned(idle + interval * probes) * 1000u;
+    ok = ::setsockopt(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, &giveUpMs, sizeof giveUpMs) == 0 && ok;
 #endif
     return ok;
 #endif

@@ -185,10 +185,8 @@ def link_cut(ctx, o):
         o.check("screen", not state.get("send") and not state.get("restart"),
                 "host: chat and restart disabled")
         join_state = poll_state(join, lambda s: shown(s, "infox") == GONE, timeout=15)
-        said = shown(join_state, "infox")
-        o.note("screen", "joiner, its own link down: %s" % (
-            '"%s"' % said if said else "nothing yet (without a route its kernel sends no "
-            "keep-alive probes, so it never gives up)"))
+        o.check("screen", shown(join_state, "infox") == GONE,
+                "joiner, its own link down: \"%s\"" % shown(join_state, "infox"))
         o.check("kept", scores(host, join) == ["5", "2"],
                 "score files still 5 and 2 (%s)" % "/".join(map(str, scores(host, join))))
         ends(o, host, "host quits")
