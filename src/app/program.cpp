@@ -8,6 +8,7 @@
 #include "shell/title_screen.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <QCoreApplication>
 #include <QLineEdit>
 #include <QTimer>
@@ -34,16 +35,24 @@ Program::Options Program::parse(const QStringList &arguments)
         QStringLiteral("control"),
         QStringLiteral("Kendali dari luar: perintah di stdin, kejadian di stdout (otomasi)."));
     parser.addOptions({help, version, host, join, name, demo, control});
+    // The parser names the program only once the application object exists, and the
+    // command line is read before that.
+    QString program = QFileInfo(arguments.value(0)).fileName();
+    if (program.isEmpty())
+        program = QStringLiteral("dorvala");
+    const auto helpText = [&parser, &program] {
+        return parser.helpText().replace(QLatin1String("<executable_name>"), program);
+    };
 
     Options options;
     if (!parser.parse(arguments)) {
         options.ok = false;
-        options.message = parser.errorText() + u'\n' + parser.helpText();
+        options.message = parser.errorText() + u'\n' + helpText();
         return options;
     }
     if (parser.isSet(help)) {
         options.exitNow = true;
-        options.message = parser.helpText();
+        options.message = helpText();
         return options;
     }
     if (parser.isSet(version)) {
@@ -58,18 +67,18 @@ Program::Options Program::parse(const QStringList &arguments)
     options.control = parser.isSet(control);
     if (options.host && parser.isSet(join)) {
         options.ok = false;
-        options.message = QStringLiteral("Pilih salah satu: --host atau --join.\n") + parser.helpText();
+        options.message = QStringLiteral("Pilih salah satu: --host atau --join.\n") + helpText();
     } else if (parser.isSet(join) && options.join.isEmpty()) {
         options.ok = false;
-        options.message = QStringLiteral("--join membutuhkan alamat tuan rumah.\n") + parser.helpText();
+        options.message = QStringLiteral("--join membutuhkan alamat tuan rumah.\n") + helpText();
     } else if (parser.isSet(demo) && options.demo.isEmpty()) {
         options.ok = false;
-        options.message = QStringLiteral("--demo membutuhkan folder untuk gambar.\n") + parser.helpText();
+        options.message = QStringLiteral("--demo membutuhkan folder untuk gambar.\n") + helpText();
     } else if (parser.isSet(demo) && (options.host || parser.isSet(join) || options.control)) {
         options.ok = false;
         options.message = QStringLiteral("--demo memainkan kedua pemain sendiri: tanpa --host, --join "
                                          "atau --control.\n")
-                          + parser.helpText();
+                          + helpText();
     }
     return options;
 }
