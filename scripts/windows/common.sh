@@ -4,8 +4,13 @@
 repo="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
 # The Qt for Windows that the game is built with (made or unpacked by build-qt.sh).
 qt_dir="${DORVALA_QT_WINDOWS:-$HOME/.cache/dorvala/qt-6.4.2-mingw}"
-# A ready Qt build made by build-qt.sh's recipe, kept beside the repository on CI machines.
-shared_qt="${DORVALA_SHARED_QT:-$repo/../shared/qt-windows}"
+# A ready Qt build made by build-qt.sh's recipe, kept beside the repository on CI machines
+# (the team's machines keep it in /work/shared).
+shared_qt="${DORVALA_SHARED_QT:-}"
+if [ -z "$shared_qt" ]; then
+  shared_qt="$repo/../shared/qt-windows"
+  [ -d "$shared_qt" ] || [ ! -d /work/shared/qt-windows ] || shared_qt=/work/shared/qt-windows
+fi
 qt_archive_sha256=b604f12cbf001a9e4ebcba996f7842ab976ff1688ae72eb5a7d703b50116ff4b
 build_dir="${DORVALA_WINDOWS_BUILD_DIR:-$repo/build-windows}"
 dist="$repo/dist"
