@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages the game needs to build, play and test. Safe to re-run:
-# it only calls apt-get when something is missing.
+# Installs the Debian 12 packages the game needs to build, play and test, and any further
+# packages named as arguments (--dev: the developers' tools). Safe to re-run: it only calls
+# apt-get when something is missing.
 set -euo pipefail
 
 packages=(
@@ -10,9 +11,13 @@ packages=(
   python3 python3-pyftpdlib
   xvfb xauth imagemagick
 )
-if [ "${1:-}" = "--dev" ]; then
-  packages+=(sox clang libclang-rt-14-dev x11-utils xdotool)
-fi
+for extra in "$@"; do
+  if [ "$extra" = "--dev" ]; then
+    packages+=(sox clang libclang-rt-14-dev x11-utils xdotool)
+  else
+    packages+=("$extra")
+  fi
+done
 
 missing=()
 for p in "${packages[@]}"; do
@@ -22,6 +27,7 @@ if [ ${#missing[@]} -gt 0 ]; then
   sudo_cmd=""
   [ "$(id -u)" -ne 0 ] && sudo_cmd="sudo"
   echo "Installing: ${missing[*]}"
-  $sudo_cmd apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq --no-install-recommends "${missing[@]}"
+  $sudo_cmd apt-get -o DPkg::Lock::Timeout=900 update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get -o DPkg::Lock::Timeout=900 install -y -qq \
+    --no-install-recommends "${missing[@]}"
 fi

@@ -18,15 +18,7 @@ cd "$(dirname "$0")/.."
 build="${DORVALA_BUILD_DIR:-build}"
 
 if [ -z "${FAULTS_NO_BUILD:-}" ]; then
-  scripts/deps.sh
-  log="$(mktemp)"
-  if [ -f "$build/build.ninja" ]; then
-    ninja -C "$build" dorvala > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
-  else
-    DORVALA_BUILD_DIR="$build" scripts/build.sh -DDORVALA_TESTS=OFF -DDORVALA_BENCH=OFF \
-      > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
-  fi
-  rm -f "$log"
+  DORVALA_BUILD_DIR="$build" scripts/build-program.sh
 fi
 [ -x "$build/bin/dorvala" ] || { echo "no program at $build/bin/dorvala" >&2; exit 1; }
 

@@ -21,15 +21,7 @@ servers=("$@")
 [ ${#servers[@]} -gt 0 ] || servers=(vsftpd proftpd pure-ftpd pyftpdlib)
 
 if [ -z "${FTP_NO_BUILD:-}" ]; then
-  scripts/deps.sh
-  log="$(mktemp)"
-  if [ -f "$build/build.ninja" ]; then
-    ninja -C "$build" dorvala > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
-  else
-    DORVALA_BUILD_DIR="$build" scripts/build.sh -DDORVALA_TESTS=OFF -DDORVALA_BENCH=OFF \
-      > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
-  fi
-  rm -f "$log"
+  DORVALA_BUILD_DIR="$build" scripts/build-program.sh
 fi
 program="$(realpath "$build/bin/dorvala")"
 

@@ -23,27 +23,11 @@ if [ "${1:-}" = "--program" ]; then
   shift 2
 fi
 
-scripts/deps.sh
-need=()
-command -v ip > /dev/null || need+=(iproute2)
-command -v setcap > /dev/null || need+=(libcap2-bin)
-command -v setpriv > /dev/null || need+=(util-linux)
-if [ ${#need[@]} -gt 0 ]; then
-  apt-get -o DPkg::Lock::Timeout=900 update -qq
-  DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=900 install -y -qq \
-    --no-install-recommends "${need[@]}"
-fi
+scripts/deps.sh iproute2 libcap2-bin util-linux
 
 if [ ${#program[@]} -eq 0 ]; then
   if [ -z "${LAN_NO_BUILD:-}" ]; then
-    log="$(mktemp)"
-    if [ -f "$build/build.ninja" ]; then
-      ninja -C "$build" dorvala > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
-    else
-      DORVALA_BUILD_DIR="$build" scripts/build.sh -DDORVALA_TESTS=OFF -DDORVALA_BENCH=OFF \
-        > "$log" 2>&1 || { tail -40 "$log"; exit 1; }
-    fi
-    rm -f "$log"
+    DORVALA_BUILD_DIR="$build" scripts/build-program.sh
   fi
   program=(--stage "$build/bin")
 fi

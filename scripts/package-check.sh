@@ -9,14 +9,12 @@
 #    the kernel's default unprivileged port limit, 1024): "server" runs dorvala-registry with
 #    the unit's own command line, "player" runs `dorvala --host --name Budi` as user nobody
 #    with a HOME of its own and the address the program finds itself.
-#    a. The registry's folder is read-only at first, so the host's entry cannot be stored and
-#       the lobby lists nothing: a host's lobby that lists its own address probes itself and
-#       takes its own responder out of service. The host listens on 1009 and a "ping" sent
-#       from 127.0.0.1 to port 79 is answered "pong".
-#    b. The folder made writable, a new host publishes itself: another machine lists its
-#       entry through a PASV data connection that points at the registry's address (and a
-#       port of the configured passive range); SIGTERM ends the host with status 0 and the
-#       entry withdrawn.
+#    The registry already holds an entry for the player's machine, as a host that was killed
+#    leaves it: the host's own lobby lists its own address and probes it. The host listens on
+#    1009 and, after that probing, a "ping" sent from 127.0.0.1 to port 79 is answered
+#    "pong"; another machine lists the host's entry through a PASV data connection that
+#    points at the registry's address (and a port of the configured passive range);
+#    SIGTERM ends the host with status 0 and the entry withdrawn.
 #    With --screenshot (before a.), the installed game started with the desktop entry's Exec command line
 #    (as nobody, under Xvfb) is saved to FILE.
 # 3. apt-get purge dorvala; no path under /usr, /etc or /var differs from before the install
@@ -209,31 +207,32 @@ EOF
 }
 lists_entry() { [ "$(listing | cut -d' ' -f3-)" = "$1" ]; }
 
-# a. Nothing listed; the responder answers.
-start_host "$work/host-a.log"
+# The registry already lists the player's machine (an entry left by a host that was killed),
+# so the host's own lobby lists its own address and probes it: its responder must still
+# answer afterwards.
+chown nobody:nogroup "$registry"
+printf '{\\rtf1 198.18.0.2}' > "$registry/198.18.0.2"
+chown nobody:nogroup "$registry/198.18.0.2"
+start_host "$work/host.log"
 # (/proc/PID itself belongs to root: a process with a file capability is not dumpable.)
 [ "$(awk '/^Uid:/ {print $2}' /proc/"$host_pid"/status)" = "$(id -u nobody)" ] \
   || fail "the host does not run as nobody"
 ok "dorvala --host --name Budi, as nobody, listens on 1009: $(ip netns exec "$ns_player" ss -ltnpH 'sport = :1009')"
 wait_until 50 is_listening "$ns_player" 79 dorvala \
-  || { cat "$work/host-a.log"; fail "the host does not listen on 79"; }
+  || { cat "$work/host.log"; fail "the host does not listen on 79"; }
+sleep 2  # the lobby's listing and its probes, its own address among them
 reply=$(ip netns exec "$ns_player" timeout 5 bash -c \
   'exec 3<>/dev/tcp/127.0.0.1/79 && printf ping >&3 && head -c 4 <&3' || true)
-[ "$reply" = pong ] || { cat "$work/host-a.log"; fail "\"ping\" to port 79 got \"$reply\""; }
-ok "\"ping\" from 127.0.0.1 to port 79 is answered \"pong\""
-stop_host "$work/host-a.log"
-ok "SIGTERM ends the host with status 0"
-
-# b. Published, listed across machines, withdrawn.
-chown nobody:nogroup "$registry"
-start_host "$work/host-b.log"
+[ "$reply" = pong ] || { cat "$work/host.log"; fail "\"ping\" to port 79 got \"$reply\""; }
+ok "after its lobby listed and probed its own address, \"ping\" from 127.0.0.1 to port 79 is answered \"pong\""
 wait_until 100 lists_entry 198.18.0.2 \
-  || { cat "$work/host-b.log"; fail "the registry does not list the host: $(listing)"; }
+  || { cat "$work/host.log"; fail "the registry does not list the host: $(listing)"; }
 read -r pasv_address pasv_port _ <<< "$(listing)"
 [ "$pasv_address" = 198.18.0.1 ] && [ "$pasv_port" -ge 60000 ] && [ "$pasv_port" -le 60009 ] \
   || fail "PASV points at $pasv_address:$pasv_port, not 198.18.0.1:60000-60009"
 ok "the registry lists the host's entry 198.18.0.2, over PASV to $pasv_address:$pasv_port"
-stop_host "$work/host-b.log"
+stop_host "$work/host.log"
+ok "SIGTERM ends the host with status 0"
 wait_until 50 lists_entry "" || fail "the entry stays after the host ended: $(listing)"
 ok "the host's exit withdraws its entry"
 
