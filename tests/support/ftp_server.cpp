@@ -144,5 +144,7 @@ bool FtpServer::addEntries(const QStringList &names) const
 
 QStringList FtpServer::entries() const
 {
-    return QDir(m_root.path()).entryList(QDir::Files, QDir::Name);
+    QStringList names = QDir(m_root.path()).entryList(QDir::Files);
+    names.sort();
+    return names;
 }
