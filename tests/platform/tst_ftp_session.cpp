@@ -1,7 +1,6 @@
 #include "platform/ftp_transfer.h"
 
 #include <QHash>
-#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
@@ -11,82 +10,74 @@
 
 namespace {
 
+using Replies = QHash<QByteArray, QByteArray>;
+
 // An FTP server on loopback that answers each command from a script: verb -> reply
 // ("" = stay silent). "{port}" in a reply becomes the port of a fresh passive listener;
 // "{h,p}" the same port as PASV's six numbers, with another loopback address. A listing
 // is sent on the data connection once both it and NLST have come.
-class ScriptedServer : public QObject
+struct ScriptedServer : QObject
 {
-public:
-    ScriptedServer(QByteArray greeting, QHash<QByteArray, QByteArray> replies, QByteArray listing)
-        : m_greeting(std::move(greeting)), m_replies(std::move(replies)), m_listing(std::move(listing))
+    ScriptedServer(const QByteArray &greeting, Replies replies, QByteArray listing)
+        : replies(std::move(replies)), listing(std::move(listing))
     {
-        m_control.listen(QHostAddress::LocalHost);
-        connect(&m_control, &QTcpServer::newConnection, this, [this] {
-            m_client = m_control.nextPendingConnection();
-            m_client->write(m_greeting);
-            connect(m_client, &QTcpSocket::readyRead, this, &ScriptedServer::onCommand);
+        control.listen(QHostAddress::LocalHost);
+        connect(&control, &QTcpServer::newConnection, this, [this, greeting] {
+            client = control.nextPendingConnection();
+            client->write(greeting);
+            connect(client, &QTcpSocket::readyRead, this, &ScriptedServer::onCommand);
         });
-    }
-
-    QString url(const QString &folder = QStringLiteral("/")) const
-    {
-        return QStringLiteral("ftp://dorvala@127.0.0.1:%1%2").arg(m_control.serverPort()).arg(folder);
-    }
-    QByteArrayList commands;
-
-private:
-    void onCommand()
-    {
-        while (m_client->canReadLine()) {
-            const QByteArray line = m_client->readLine().trimmed();
-            commands.append(line);
-            const QByteArray verb = line.split(' ').first();
-            QByteArray reply = m_replies.value(verb, verb == "QUIT" ? "221 bye\r\n" : "200 ok\r\n");
-            if (reply.contains("{port}") || reply.contains("{h,p}"))
-                reply = passive(reply);
-            m_client->write(reply);
-            if (verb == "NLST") {
-                m_listed = true;
-                sendListing();
-            }
-        }
-    }
-
-    QByteArray passive(QByteArray reply)
-    {
-        m_data.listen(QHostAddress::LocalHost);
-        connect(&m_data, &QTcpServer::newConnection, this, [this] {
-            m_dataClient = m_data.nextPendingConnection();
+        connect(&data, &QTcpServer::newConnection, this, [this] {
+            dataClient = data.nextPendingConnection();
             sendListing();
         });
-        const quint16 port = m_data.serverPort();
-        reply.replace("{port}", QByteArray::number(port));
-        return reply.replace("{h,p}", "127,9,8,7," + QByteArray::number(port / 256) + ','
+    }
+
+    QString url(const QString &folder) const
+    {
+        return QStringLiteral("ftp://dorvala@127.0.0.1:%1%2").arg(control.serverPort()).arg(folder);
+    }
+
+    void onCommand()
+    {
+        while (client->canReadLine()) {
+            const QByteArray line = client->readLine().trimmed();
+            commands.append(line);
+            const QByteArray verb = line.split(' ').first();
+            QByteArray reply = replies.value(verb, verb == "QUIT" ? "221 bye\r\n" : "200 ok\r\n");
+            if (reply.contains('{')) {
+                data.listen(QHostAddress::LocalHost);
+                const quint16 port = data.serverPort();
+                reply.replace("{port}", QByteArray::number(port))
+                    .replace("{h,p}", "127,9,8,7," + QByteArray::number(port / 256) + ','
                                           + QByteArray::number(port % 256));
+            }
+            client->write(reply);
+            listed = listed || verb == "NLST";
+            sendListing();
+        }
     }
 
     void sendListing()
     {
-        if (!m_listed || !m_dataClient)
+        if (!listed || !dataClient)
             return;
-        m_dataClient->write(m_listing);
-        m_dataClient->disconnectFromHost();
-        if (m_replies.value("NLST").startsWith("150"))
-            m_client->write("226 done\r\n");
+        dataClient->write(listing);
+        dataClient->disconnectFromHost();
+        dataClient = nullptr;
+        if (replies.value("NLST").startsWith("150"))
+            client->write("226 done\r\n");
     }
 
-    QTcpServer m_control;
-    QTcpServer m_data;
-    QTcpSocket *m_client = nullptr;
-    QTcpSocket *m_dataClient = nullptr;
-    bool m_listed = false;
-    QByteArray m_greeting;
-    QHash<QByteArray, QByteArray> m_replies;
-    QByteArray m_listing;
+    Replies replies;
+    QByteArray listing;
+    QTcpServer control;
+    QTcpServer data;
+    QTcpSocket *client = nullptr;
+    QTcpSocket *dataClient = nullptr;
+    bool listed = false;
+    QByteArrayList commands;
 };
-
-using Replies = QHash<QByteArray, QByteArray>;
 
 const QByteArray Greeting = "220 ready\r\n";
 const Replies Login{{"USER", "331 password\r\n"}, {"PASS", "230 in\r\n"},
@@ -147,6 +138,8 @@ void TestFtpSession::conversation_data()
                                    << server << "";
     QTest::newRow("not FTP at all") << QByteArray("SSH-2.0-OpenSSH\r\n") << Login << "/" << names
                                     << server << "";
+    QTest::newRow("listing larger than any registry's")
+        << Greeting << Login << "/" << QByteArray(9 << 20, '7') << server << "";
     QTest::newRow("endless reply line") << QByteArray(200000, 'x') << Login << "/" << names
                                         << server << "";
     QTest::newRow("folder refused") << Greeting << with(Login, "CWD", "550 no such\r\n")
@@ -178,19 +171,14 @@ void TestFtpSession::conversation()
     inet.setRequestTimeout(1);
     inet.setUrl(server.url(folder));
     inet.setPassword(QStringLiteral("418526"));
-    QSignalSpy spy(&inet, &FtpTransfer::StateChanged);
     QVERIFY(inet.Execute(QStringLiteral("DIR")));
     QTRY_VERIFY_WITH_TIMEOUT(!inet.StillExecuting(), 20000);
     QCOMPARE(inet.lastError(), error);
-    QCOMPARE(spy.last().at(0).toInt(), int(error ? FtpTransfer::Error : FtpTransfer::ResponseCompleted));
 
-    const QString got = inet.GetChunk(1 << 20);
-    if (response.startsWith(u"USER")) {
-        server.commands.removeAll("QUIT");
-        QCOMPARE(QString::fromLatin1(server.commands.join('|')), response);
-    } else {
-        QCOMPARE(got, response);
-    }
+    server.commands.removeAll("QUIT");
+    QCOMPARE(response.startsWith(u"USER") ? QString::fromLatin1(server.commands.join('|'))
+                                          : inet.GetChunk(1 << 20),
+             response);
 }
 
 QTEST_GUILESS_MAIN(TestFtpSession)
