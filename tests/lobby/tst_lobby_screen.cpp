@@ -43,12 +43,9 @@ private slots:
     void cleanup();
     void listing_data();
     void listing();
-    void listingAgainAppends();
-    void hostHooks();
-    void hapusWhileDeleteRuns();
+    void publishAndWithdraw();
     void listingConnect_data();
     void listingConnect();
-    void pongAddsAddress();
     void unloadedWhileDraining();
 
 private:
@@ -95,6 +92,7 @@ void TestLobbyScreen::listing()
     const auto wol = std::make_unique<LobbyScreen>();
     QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
     QSignalSpy states(wol->registry()->Inet1(), &FtpTransfer::StateChanged);
+    QSignalSpy pongs(wol.get(), &LobbyScreen::pongHeard);
     SETTLE(wol->registry()->Inet1());
     QCOMPARE(states.last().at(0).toInt(), int(FtpTransfer::ResponseCompleted));
 
@@ -116,6 +114,23 @@ void TestLobbyScreen::listing()
     QTest::qWait(100);
     QCOMPARE(hear->arrivals(), 0);
     QTRY_VERIFY_WITH_TIMEOUT(hear->isListening(), Patience);
+    // A peer's "pong" hands its address on.
+    QTcpSocket peer;
+    QVERIFY(peer.bind(QHostAddress(QStringLiteral("127.0.0.4")), 0));
+    peer.connectToHost(QHostAddress::LocalHost, Settings::probePort());
+    QVERIFY(peer.waitForConnected(Patience));
+    peer.write("pong");
+    QVERIFY(pongs.wait(Patience));
+    QCOMPARE(pongs.at(0).at(0).toString(), QStringLiteral("127.0.0.4"));
+
+    // Listed again: the new names are added after the old ones, which stay.
+    QVERIFY(m_server.addEntries({"127.0.0.8"}));
+    wol->List();
+    SETTLE(wol->registry()->Inet1());
+    QCOMPARE(wol->listedHosts().size(), 2 * names.size() + 1);
+    QCOMPARE(wol->listedHosts().mid(0, names.size()), listed);
+    QCOMPARE(hostLists.last().at(0).toStringList(), wol->listedHosts());
+
     if (!names.isEmpty()) {
         auto *list = wol->findChild<QListWidget *>(QStringLiteral("lstRemoteFile"));
         wol->show();
@@ -126,23 +141,7 @@ void TestLobbyScreen::listing()
     }
 }
 
-void TestLobbyScreen::listingAgainAppends()
-{
-    QVERIFY(m_server.addEntries({"127.0.0.7"}));
-    const auto wol = std::make_unique<LobbyScreen>();
-    SETTLE(wol->registry()->Inet1());
-    QVERIFY(m_server.addEntries({"127.0.0.8"}));
-    QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
-    wol->List();
-    SETTLE(wol->registry()->Inet1());
-    QStringList listed = wol->listedHosts();
-    QCOMPARE(listed.first(), QStringLiteral("127.0.0.7"));
-    listed.sort();
-    QCOMPARE(listed, (QStringList{"127.0.0.7", "127.0.0.7", "127.0.0.8"}));
-    QCOMPARE(hostLists.last().at(0).toStringList().size(), 3);
-}
-
-void TestLobbyScreen::hostHooks()
+void TestLobbyScreen::publishAndWithdraw()
 {
     const auto wol = std::make_unique<LobbyScreen>();
     auto *id = wol->findChild<QLineEdit *>(QStringLiteral("ID"));
@@ -178,22 +177,17 @@ void TestLobbyScreen::hostHooks()
     QCOMPARE(started.count(), 1);
     SETTLE(wol->registry()->Inet2());
     QCOMPARE(m_server.entries(), QStringList{"127.0.0.6"});
-}
 
-void TestLobbyScreen::hapusWhileDeleteRuns()
-{
-    QVERIFY(m_server.addEntries({"127.0.0.6", "127.0.0.7"}));
-    const auto wol = std::make_unique<LobbyScreen>();
+    // "Hapus" while a delete is under way says so and sends nothing; afterwards it
+    // withdraws what the address box holds.
+    QVERIFY(m_server.addEntries({"127.0.0.7"}));
     auto *hapus = wol->findChild<QPushButton *>(QStringLiteral("Command1"));
-    auto *id = wol->findChild<QLineEdit *>(QStringLiteral("ID"));
-
     wol->withdrawHost(QStringLiteral("127.0.0.6"));
     id->setText(QStringLiteral("127.0.0.7"));
     hapus->click();
     QCOMPARE(m_boxes, QStringList{"masih sibuk"});
     SETTLE(wol->registry()->Inet2());
     QCOMPARE(m_server.entries(), QStringList{"127.0.0.7"});
-
     hapus->click();
     QCOMPARE(m_boxes.size(), 1);
     SETTLE(wol->registry()->Inet2());
@@ -216,12 +210,9 @@ void TestLobbyScreen::listingConnect()
 
     BlackHoleServer hole;
     QVERIFY(hole.start());
-    if (server == u"down")
-        qputenv("DORVALA_FTP_URL",
-                QByteArrayLiteral("ftp://dorvala@127.0.0.1:")
-                    + QByteArray::number(MatchEnv::freePort()) + '/');
-    else if (server == u"silent")
-        qputenv("DORVALA_FTP_URL", hole.url().toLocal8Bit());
+    if (server != u"up")
+        qputenv("DORVALA_FTP_URL", (server == u"silent" ? hole.url() : QStringLiteral("ftp://dorvala@127.0.0.1:%1/")
+                                                                           .arg(MatchEnv::freePort())).toLocal8Bit());
 
     const auto wol = std::make_unique<LobbyScreen>();
     int ticks = 0;
@@ -250,20 +241,6 @@ void TestLobbyScreen::listingConnect()
         QVERIFY(clock.elapsed() < 1000);
         QVERIFY(!inet1->StillExecuting());
     }
-}
-
-void TestLobbyScreen::pongAddsAddress()
-{
-    const auto wol = std::make_unique<LobbyScreen>();
-    QSignalSpy pongs(wol.get(), &LobbyScreen::pongHeard);
-    SETTLE(wol->registry()->Inet1());
-    QTcpSocket peer;
-    QVERIFY(peer.bind(QHostAddress(QStringLiteral("127.0.0.4")), 0));
-    peer.connectToHost(QHostAddress::LocalHost, Settings::probePort());
-    QVERIFY(peer.waitForConnected(Patience));
-    peer.write("pong");
-    QVERIFY(pongs.wait(Patience));
-    QCOMPARE(pongs.at(0).at(0).toString(), QStringLiteral("127.0.0.4"));
 }
 
 void TestLobbyScreen::unloadedWhileDraining()
