@@ -6,19 +6,8 @@
 
 namespace {
 
-const char *eventName(GameEvent event)
-{
-    switch (event) {
-    case GameEvent::PiecePlaced: return "placed";
-    case GameEvent::MoveRefused: return "refused";
-    case GameEvent::OpponentMoved: return "moved";
-    case GameEvent::Won: return "won";
-    case GameEvent::Lost: return "lost";
-    case GameEvent::ChatReceived: return "chat";
-    case GameEvent::OpponentArrived: return "arrived";
-    }
-    return "?";
-}
+// In the order GameEvent declares them.
+const char *const EventNames[] = {"placed", "refused", "moved", "won", "lost", "chat", "arrived"};
 
 // One side's model with a peer that always takes what is sent. Everything it does is
 // written down in order with the turn lock as it stood: "send:B2 B2=O open" then
@@ -37,7 +26,7 @@ struct Side
             return true;
         });
         QObject::connect(&model, &MatchModel::happened, [this](GameEvent e) {
-            record(QLatin1String(eventName(e)));
+            record(QLatin1String(EventNames[int(e)]));
         });
         QObject::connect(&model, &MatchModel::chatLogged, [this](const QString &line) {
             record(QStringLiteral("log:") + line);
