@@ -12,8 +12,6 @@
 #include "support/match_env.h"
 
 #include <QComboBox>
-#include <QEventLoop>
-#include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
