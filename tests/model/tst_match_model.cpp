@@ -161,12 +161,8 @@ private slots:
         QTest::newRow("host answers a score once, later") << host << "$7" << "send:$4 open"
             << ".../.../... Olga Xavier 4 7 covered";
         QTest::newRow("joiner does not answer") << join << "$7" << "" << "O../.../... Olga Xavier 4 7 open";
-        QTest::newRow("host: X alone is an empty name") << host << "X" << ""
-            << ".../.../... Olga  4 0 covered";
         QTest::newRow("joiner: X restarts and answers") << join << "X" << "send:$4 open"
             << ".../.../... Olga Xavier 4 0 open";
-        QTest::newRow("joiner: host name beginning with msg") << join << "Omsg bot" << ""
-            << "O../.../... msg bot Xavier 4 0 open";
         QTest::newRow("host logs a line with two spaces") << host << "msg: hi"
             << "chat open|log:Xavier:  hi\r\n open" << ".../.../... Olga Xavier 4 0 covered";
         QTest::newRow("joiner logs nothing") << join << "msg: hi" << "chat open"
