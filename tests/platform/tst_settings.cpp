@@ -127,8 +127,7 @@ private slots:
 
     void localIpAndPages()
     {
-        setEnv("DORVALA_LOCAL_IP", "127.0.0.9");
-        QCOMPARE(Settings::localIp(), QStringLiteral("127.0.0.9"));
+        // The address the program finds itself; every other test sets its own.
         setEnv("DORVALA_LOCAL_IP", QByteArray(), false);
         QHostAddress address;
         QVERIFY(address.setAddress(Settings::localIp()));
