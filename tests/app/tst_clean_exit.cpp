@@ -1,7 +1,6 @@
 #include "support/ftp_server.h"
 #include "support/match_env.h"
 
-#include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>

@@ -122,71 +122,68 @@ private slots:
         QCOMPARE(TestFiles::read(m_path + QStringLiteral(".rusak2")), QByteArray("second"));
     }
 
-    void neverHalfWritten();
-    void staleSavesAreRemoved();
+    void neverHalfWritten()
+    {
+        ScoreFile start(m_path);
+        start.load();
+
+        qint64 last = 0;
+        for (int round = 0; round < 100; ++round) {
+            QProcess writer;
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(QString::fromLatin1(writerVariable), m_path);
+            writer.setProcessEnvironment(env);
+            // initTestCase turns the copy into a writer before any test of the list runs.
+            writer.start(QCoreApplication::applicationFilePath(), {QStringLiteral("earlierCopyIsKept")});
+            QByteArray said;  // the test banner comes first; wait for the first saved total
+            while (!said.contains("writing\n")) {
+                QVERIFY2(writer.waitForReadyRead(30000), qPrintable(writer.errorString()));
+                said += writer.readAllStandardOutput();
+            }
+            QTest::qWait(QRandomGenerator::global()->bounded(20));  // a random moment to kill
+            writer.kill();
+            QVERIFY(writer.waitForFinished(30000));
+
+            const QByteArray bytes = TestFiles::read(m_path);
+            bool ok = false;
+            const qint64 total = RtfDocument::readText(bytes).toLongLong(&ok);
+            QVERIFY2(ok, bytes.left(200).constData());
+            QVERIFY2(bytes == RtfDocument::write(QString::number(total)), bytes.left(200).constData());
+            QVERIFY2(total > last, qPrintable(QStringLiteral("round %1: %2 after %3").arg(round).arg(total).arg(last)));
+            last = total;
+        }
+    }
+
+    // What a save killed before its rename leaves behind goes; everything else stays.
+    void staleSavesAreRemoved()
+    {
+        const QDateTime old = QDateTime::currentDateTimeUtc().addSecs(-3600);
+        const struct { const char *name; bool old; bool kept; } files[] = {
+            {"dvq.aB3xY9", true, false},
+            {"dvq.Qw12Er", false, true},   // a save under way in another program
+            {"dvq.rusak", true, true},
+            {"dvq.rusak2", true, true},
+            {"dvq.a-3xY9", true, true},
+            {"dvq2.aB3xY9", true, true},
+        };
+        for (const auto &file : files) {
+            const QString path = m_dir->filePath(QString::fromLatin1(file.name));
+            TestFiles::write(path, "x");
+            QFile handle(path);
+            QVERIFY(handle.open(QIODevice::ReadWrite));
+            if (file.old)
+                QVERIFY(handle.setFileTime(old, QFileDevice::FileModificationTime));
+        }
+        ScoreFile(m_path).load();
+        for (const auto &file : files)
+            QVERIFY2(QFileInfo::exists(m_dir->filePath(QString::fromLatin1(file.name))) == file.kept,
+                     file.name);
+    }
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_path;
 };
-
-void TestScoreFile::neverHalfWritten()
-{
-    ScoreFile start(m_path);
-    start.load();
-
-    qint64 last = 0;
-    for (int round = 0; round < 100; ++round) {
-        QProcess writer;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QString::fromLatin1(writerVariable), m_path);
-        writer.setProcessEnvironment(env);
-        // initTestCase turns the copy into a writer before any test of the list runs.
-        writer.start(QCoreApplication::applicationFilePath(), {QStringLiteral("earlierCopyIsKept")});
-        QByteArray said;  // the test banner comes first; wait for the first saved total
-        while (!said.contains("writing\n")) {
-            QVERIFY2(writer.waitForReadyRead(30000), qPrintable(writer.errorString()));
-            said += writer.readAllStandardOutput();
-        }
-        QTest::qWait(QRandomGenerator::global()->bounded(20));  // a random moment to kill
-        writer.kill();
-        QVERIFY(writer.waitForFinished(30000));
-
-        const QByteArray bytes = TestFiles::read(m_path);
-        bool ok = false;
-        const qint64 total = RtfDocument::readText(bytes).toLongLong(&ok);
-        QVERIFY2(ok, bytes.left(200).constData());
-        QVERIFY2(bytes == RtfDocument::write(QString::number(total)), bytes.left(200).constData());
-        QVERIFY2(total > last, qPrintable(QStringLiteral("round %1: %2 after %3").arg(round).arg(total).arg(last)));
-        last = total;
-    }
-}
-
-// What a save killed before its rename leaves behind goes; everything else stays.
-void TestScoreFile::staleSavesAreRemoved()
-{
-    const QDateTime old = QDateTime::currentDateTimeUtc().addSecs(-3600);
-    const struct { const char *name; bool old; bool kept; } files[] = {
-        {"dvq.aB3xY9", true, false},
-        {"dvq.Qw12Er", false, true},   // a save under way in another program
-        {"dvq.rusak", true, true},
-        {"dvq.rusak2", true, true},
-        {"dvq.a-3xY9", true, true},
-        {"dvq2.aB3xY9", true, true},
-    };
-    for (const auto &file : files) {
-        const QString path = m_dir->filePath(QString::fromLatin1(file.name));
-        TestFiles::write(path, "x");
-        QFile handle(path);
-        QVERIFY(handle.open(QIODevice::ReadWrite));
-        if (file.old)
-            QVERIFY(handle.setFileTime(old, QFileDevice::FileModificationTime));
-    }
-    ScoreFile(m_path).load();
-    for (const auto &file : files)
-        QVERIFY2(QFileInfo::exists(m_dir->filePath(QString::fromLatin1(file.name))) == file.kept,
-                 file.name);
-}
 
 QTEST_GUILESS_MAIN(TestScoreFile)
 #include "tst_score_file.moc"

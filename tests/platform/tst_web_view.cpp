@@ -99,17 +99,12 @@ private slots:
         QVERIFY(view.toPlainText().contains(QStringLiteral("Halaman pembuat")));
         // Its picture comes from beside it.
         QVERIFY(view.document()->resource(QTextDocument::ImageResource, QUrl("logo.png")).isValid());
-    }
 
-    void linksOpenOutside()
-    {
-        WebView view;
-        view.navigate(page());
+        // Links open outside; the view itself stays on its page.
         m_opened.clear();
         emit view.anchorClicked(QUrl(QStringLiteral("next.html")));
         emit view.anchorClicked(web("/page"));
         QCOMPARE(m_opened, QList<QUrl>({page().resolved(QUrl("next.html")), web("/page")}));
-        // The view itself stays on its page.
         QCOMPARE(view.url(), page());
         QVERIFY(view.toPlainText().contains(QStringLiteral("Halaman pembuat")));
     }

@@ -4,11 +4,14 @@
 #include "platform/picture_store.h"
 #include "support/layout_check.h"
 
+#include <QComboBox>
 #include <QFrame>
+#include <QLineEdit>
 #include <QtTest>
 
 // The setup screen's controls against its painted background: each on the panel drawn for
-// it, none on another, every caption whole, and the marker round the chosen picture.
+// it, none on another, every caption whole; and its choices, with the marker round the
+// chosen picture.
 class LoginLayoutTest : public QObject
 {
     Q_OBJECT
@@ -45,25 +48,26 @@ private slots:
         QVERIFY2(found.isEmpty(), qPrintable(found.join(u", ")));
     }
 
-    void markerRingsTheChoice_data()
+    // The pictures choose the mode, enable HO or not and move the marker; the options
+    // switch HO and HIP but leave the mode and the marker alone.
+    void choicesAreIndependent()
     {
-        QTest::addColumn<QStringList>("clicks");
-        QTest::addColumn<QString>("ringed");
-        QTest::newRow("untouched") << QStringList{} << "Image1";
-        QTest::newRow("join") << QStringList{"Image2"} << "Image2";
-        QTest::newRow("join, then host") << QStringList{"Image2", "Image1"} << "Image1";
-    }
-
-    void markerRingsTheChoice()
-    {
-        QFETCH(QStringList, clicks);
-        QFETCH(QString, ringed);
-        for (const QString &click : clicks)
-            click == QLatin1String("Image1") ? m_login->Image1_Click() : m_login->Image2_Click();
-        const QRect marker = m_login->Shape1()->geometry();
-        const QRect image = m_login->findChild<QWidget *>(ringed)->geometry();
-        QVERIFY(marker.contains(image));
-        QVERIFY(marker.width() - image.width() <= 12 && marker.height() - image.height() <= 12);
+        LoginScreen *login = m_login.get();
+        const auto state = [login](const char *ringed) {
+            const QRect marker = login->Shape1()->geometry();
+            const QRect image = login->findChild<QWidget *>(QLatin1String(ringed))->geometry();
+            const bool rings = marker.contains(image) && marker.width() - image.width() <= 12
+                               && marker.height() - image.height() <= 12;
+            return QStringLiteral("%1 HO:%2 HIP:%3 %4").arg(login->hostT()->text()).arg(login->HO()->isEnabled())
+                .arg(login->HIP()->isEnabled()).arg(rings ? "ringed" : "not ringed");
+        };
+        QCOMPARE(state("Image1"), "1 HO:1 HIP:1 ringed");
+        login->Image2_Click();
+        QCOMPARE(state("Image2"), "0 HO:1 HIP:1 ringed");
+        login->Option1_Click();
+        QCOMPARE(state("Image2"), "0 HO:0 HIP:0 ringed");
+        login->Image1_Click();
+        QCOMPARE(state("Image1"), "1 HO:0 HIP:0 ringed");
     }
 
 private:

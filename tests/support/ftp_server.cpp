@@ -35,43 +35,40 @@ QString linuxPath(const QString &path)
 } // namespace
 #endif
 
-FtpServer::FtpServer()
+namespace {
+
+// A python3 earlier on PATH (pyenv, venv) usually lacks Debian's python3-pyftpdlib.
+QString python()
 {
-    m_process.setProcessChannelMode(QProcess::SeparateChannels);
+    const QString debian = QStringLiteral("/usr/bin/python3");
+    return QFileInfo::exists(debian) ? debian : QStringLiteral("python3");
 }
+
+} // namespace
 
 FtpServer::~FtpServer()
 {
     stop();
 }
 
-QString FtpServer::python()
-{
-    // A python3 earlier on PATH (pyenv, venv) usually lacks Debian's python3-pyftpdlib.
-    const QString debian = QStringLiteral("/usr/bin/python3");
-    return QFileInfo::exists(debian) ? debian : QStringLiteral("python3");
-}
-
-QString FtpServer::script()
-{
-    return QStringLiteral(DORVALA_SOURCE_DIR "/scripts/registry.py");
-}
-
 bool FtpServer::start(int timeoutMs)
 {
     stop();
-    if (!m_root.isValid()) {
-        m_error = QStringLiteral("no temporary folder");
-        return false;
-    }
 #ifdef Q_OS_WIN
     const quint16 port = MatchEnv::freePort();
-    m_process.start(python(), {script(), QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
+    const QString root = linuxPath(m_root.path());
+#else
+    const quint16 port = 0;  // the server's choice, which it reports
+    const QString root = m_root.path();
+#endif
+    m_process.start(python(), {QStringLiteral(DORVALA_SOURCE_DIR "/scripts/registry.py"),
+                               QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
                                QStringLiteral("--port"), QString::number(port),
-                               QStringLiteral("--root"), linuxPath(m_root.path()),
-                               QStringLiteral("--exit-with-parent")});
+                               QStringLiteral("--root"), root, QStringLiteral("--exit-with-parent")});
     const QDeadlineTimer deadline(timeoutMs);
-    while (m_process.waitForStarted(timeoutMs) && !deadline.hasExpired()) {
+    QByteArray output;
+    while (m_root.isValid() && m_process.waitForStarted(timeoutMs) && !deadline.hasExpired()) {
+#ifdef Q_OS_WIN
         QTcpSocket probe;
         probe.connectToHost(QHostAddress::LocalHost, port);
         if (probe.waitForConnected(500)) {
@@ -79,22 +76,7 @@ bool FtpServer::start(int timeoutMs)
             return true;
         }
         QThread::msleep(100);
-    }
-    m_error = QStringLiteral("registry did not start: ") + m_process.errorString();
-    stop();
-    return false;
 #else
-    m_process.start(python(), {script(), QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
-                               QStringLiteral("--port"), QStringLiteral("0"),
-                               QStringLiteral("--root"), m_root.path(),
-                               QStringLiteral("--exit-with-parent")});
-    if (!m_process.waitForStarted(timeoutMs)) {
-        m_error = m_process.errorString();
-        return false;
-    }
-    const QDeadlineTimer deadline(timeoutMs);
-    QByteArray output;
-    while (!deadline.hasExpired()) {
         if (m_process.canReadLine() || m_process.waitForReadyRead(int(deadline.remainingTime()))) {
             output += m_process.readLine();
             if (output.startsWith("READY ") && output.endsWith('\n')) {
@@ -104,15 +86,13 @@ bool FtpServer::start(int timeoutMs)
                 break;
             }
         }
-        if (m_process.state() != QProcess::Running)
-            break;
+#endif
     }
-    m_error = QStringLiteral("registry did not start: %1 %2")
-                  .arg(QString::fromLocal8Bit(output),
+    m_error = QStringLiteral("registry did not start: %1 %2 %3")
+                  .arg(m_process.errorString(), QString::fromLocal8Bit(output),
                        QString::fromLocal8Bit(m_process.readAllStandardError()));
     stop();
     return false;
-#endif
 }
 
 void FtpServer::stop()
@@ -144,5 +124,7 @@ bool FtpServer::addEntries(const QStringList &names) const
 
 QStringList FtpServer::entries() const
 {
-    return QDir(m_root.path()).entryList(QDir::Files, QDir::Name);
+    QStringList names = QDir(m_root.path()).entryList(QDir::Files);
+    names.sort();
+    return names;
 }

@@ -9,7 +9,7 @@
 class FtpServer
 {
 public:
-    FtpServer();
+    FtpServer() = default;
     ~FtpServer();
     FtpServer(const FtpServer &) = delete;
     FtpServer &operator=(const FtpServer &) = delete;
@@ -27,10 +27,6 @@ public:
     // Creates entries directly in the root folder, bypassing FTP.
     bool addEntries(const QStringList &names) const;
     QStringList entries() const;
-
-    // The interpreter that has pyftpdlib (Debian's), and the script's path.
-    static QString python();
-    static QString script();
 
 private:
     QTemporaryDir m_root;
