@@ -4,6 +4,7 @@
 #include "platform/console.h"
 #include "platform/ftp_transfer.h"
 #include "platform/picture_store.h"
+#include "platform/screen_font.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -31,6 +32,7 @@ int main(int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
     QApplication app(argc, argv);
+    ScreenFont::settle();
 
     QApplication::setWindowIcon(QIcon(PictureStore::picture(QStringLiteral("Icon"))));
     Screens screens;

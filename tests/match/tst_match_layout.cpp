@@ -1,6 +1,7 @@
 #include "match/host_screen.h"
 #include "match/join_screen.h"
 
+#include "platform/screen_font.h"
 #include "support/layout_check.h"
 
 #include <QtTest>
@@ -13,6 +14,9 @@ class MatchLayoutTest : public QObject
     Q_OBJECT
 
 private slots:
+    // The font the program settles on before its first screen.
+    void initTestCase() { ScreenFont::settle(); }
+
     void laidOut_data()
     {
         QTest::addColumn<bool>("host");

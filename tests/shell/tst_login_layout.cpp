@@ -2,6 +2,7 @@
 #include "shell/screens.h"
 
 #include "platform/picture_store.h"
+#include "platform/screen_font.h"
 #include "support/layout_check.h"
 
 #include <QComboBox>
@@ -17,6 +18,9 @@ class LoginLayoutTest : public QObject
     Q_OBJECT
 
 private slots:
+    // The font the program settles on before its first screen.
+    void initTestCase() { ScreenFont::settle(); }
+
     void init()
     {
         m_screens = std::make_unique<Screens>();

@@ -1,7 +1,9 @@
 #include "layout_check.h"
 
 #include <QAbstractButton>
+#include <QImage>
 #include <QLabel>
+#include <QLineEdit>
 #include <QWidget>
 
 namespace {
@@ -26,6 +28,45 @@ QString where(const QWidget *widget)
         .arg(box.y())
         .arg(box.width())
         .arg(box.height());
+}
+
+// What is wrong with where `edit` draws its text (a sample, when it has none), or nothing:
+// the rows of its picture that change with the text must lie inside its frame.
+QString misplacedText(const QLineEdit *edit)
+{
+    // A twin on the same parent with the same style, so that the screen itself is untouched.
+    QLineEdit twin(edit->parentWidget());
+    twin.setObjectName(edit->objectName());
+    twin.setStyleSheet(edit->styleSheet());
+    twin.setFont(edit->font());
+    twin.setFrame(edit->hasFrame());
+    twin.setAlignment(edit->alignment());
+    twin.setEnabled(edit->isEnabled());
+    twin.setGeometry(edit->geometry());
+    const QImage blank = twin.grab().toImage();
+    twin.setText(edit->text().isEmpty() ? QStringLiteral("Ag 127.0.0.1") : edit->text());
+    const QImage written = twin.grab().toImage();
+    int top = -1;
+    int bottom = -1;
+    for (int y = 0; y < blank.height(); ++y) {
+        for (int x = 0; x < blank.width(); ++x) {
+            if (blank.pixel(x, y) != written.pixel(x, y)) {
+                top = top < 0 ? y : top;
+                bottom = y;
+                break;
+            }
+        }
+    }
+    if (top < 0)
+        return edit->objectName() + QStringLiteral(" shows no text");
+    // The frame is a pixel or two wide; the text stays within it.
+    if (top < 2 || bottom > blank.height() - 3)
+        return QStringLiteral("%1 shows its text on rows %2 to %3 of %4")
+            .arg(edit->objectName())
+            .arg(top)
+            .arg(bottom)
+            .arg(blank.height());
+    return {};
 }
 
 } // namespace
@@ -53,6 +94,11 @@ QStringList LayoutCheck::cramped(const QWidget *screen)
     for (const QWidget *w : placed(screen)) {
         // Style sheets set fonts and padding only when a widget is polished.
         w->ensurePolished();
+        if (const auto *edit = qobject_cast<const QLineEdit *>(w)) {
+            if (const QString fault = misplacedText(edit); !fault.isEmpty())
+                found << fault;
+            continue;
+        }
         const auto *label = qobject_cast<const QLabel *>(w);
         const bool text = (label && !label->text().isEmpty() && !label->wordWrap())
                           || qobject_cast<const QAbstractButton *>(w);

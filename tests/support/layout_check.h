@@ -13,7 +13,8 @@ namespace LayoutCheck {
 // "A/B" for every two visible, named children of `screen` whose boxes overlap, except the
 // pairs meant to be stacked, given as "A/B" in either order.
 QStringList overlaps(const QWidget *screen, const QSet<QString> &stacked = {});
-// Names of visible labels and buttons whose text needs more room than their box gives.
+// Names of visible labels and buttons whose text needs more room than their box gives, and
+// of line edits that draw their text (a sample, when they have none) beyond their frame.
 // Labels that clip on purpose (their size hint is their size) and pictures never count.
 QStringList cramped(const QWidget *screen);
 // Each of `names` that `screen` lacks or that reaches outside `area`, with its box.
