@@ -1,5 +1,7 @@
 #include "sound_cue.h"
 
+#include "media_command.h"
+
 #include <QFileInfo>
 
 namespace {
@@ -21,18 +23,24 @@ void SoundCue::command(const QString &command)
     m_log.append(command);
     emit commandReceived(command);
 
-    const QString verb = command.trimmed().toLower();
-    if (verb == QLatin1String("open")) {
+    switch (MediaCommand::verb(command)) {
+    case MediaCommand::Verb::Open:
         open();
-    } else if (verb == QLatin1String("prev")) {
+        break;
+    case MediaCommand::Verb::Prev:
         if (m_open)
             rewind();
-    } else if (verb == QLatin1String("play")) {
+        break;
+    case MediaCommand::Verb::Play:
         ++m_playCount;
         if (m_open)
             play();
-    } else if (verb == QLatin1String("close")) {
+        break;
+    case MediaCommand::Verb::Close:
         close();
+        break;
+    case MediaCommand::Verb::Unknown:
+        break;
     }
     // Anything else is ignored, as the device would refuse it.
 }

@@ -1,7 +1,8 @@
 #include "sound_cue.h"
 
+#include "media_command.h"
+
 #include <QAudioDevice>
-#include <QFileInfo>
 #include <QMediaDevices>
 #include <QSoundEffect>
 #include <QUrl>
@@ -42,11 +43,11 @@ SoundCue::~SoundCue() = default;
 void SoundCue::open()
 {
     close();
-    const QFileInfo file(resolvePath(m_fileName));
-    if (m_fileName.isEmpty() || !file.isFile() || !file.isReadable())
+    const QString path = MediaCommand::playableFile(m_fileName);
+    if (path.isEmpty())
         return;
     m_output = std::make_unique<Output>();
-    m_output->path = file.absoluteFilePath();
+    m_output->path = path;
     m_open = true;
     // Decoding starts now, in the background, so that the first play is on time.
     if (hasAudioOutput())

@@ -1,8 +1,9 @@
 #include "sound_cue.h"
 
+#include "media_command.h"
+
 #include "mci_device.h"
 
-#include <QFileInfo>
 
 // The system's own wave player, as the multimedia control of the screens this program
 // models: open as waveaudio, seek to the start, play.
@@ -21,11 +22,11 @@ SoundCue::~SoundCue() = default;
 void SoundCue::open()
 {
     close();
-    const QFileInfo file(resolvePath(m_fileName));
-    if (m_fileName.isEmpty() || !file.isFile() || !file.isReadable())
+    const QString path = MediaCommand::playableFile(m_fileName);
+    if (path.isEmpty())
         return;
     auto output = std::make_unique<Output>();
-    if (!output->device.open(file.absoluteFilePath(), QStringLiteral("waveaudio")))
+    if (!output->device.open(path, QStringLiteral("waveaudio")))
         return;  // not a wave file the system can play, or no device: silent
     m_output = std::move(output);
     m_open = true;

@@ -1,8 +1,6 @@
 #include "tune_player.h"
 
-#include "sound_cue.h"
-
-#include <QFileInfo>
+#include "media_command.h"
 
 void TunePlayer::setFileName(const QString &fileName)
 {
@@ -11,20 +9,26 @@ void TunePlayer::setFileName(const QString &fileName)
 
 void TunePlayer::command(const QString &command)
 {
-    const QString verb = command.trimmed().toLower();
-    if (verb == QLatin1String("open")) {
-        const QFileInfo file(SoundCue::resolvePath(m_fileName));
-        m_open = !m_fileName.isEmpty() && file.isFile() && file.isReadable()
-                 && open(file.absoluteFilePath());
-    } else if (verb == QLatin1String("prev")) {
+    switch (MediaCommand::verb(command)) {
+    case MediaCommand::Verb::Open: {
+        const QString path = MediaCommand::playableFile(m_fileName);
+        m_open = !path.isEmpty() && open(path);
+        break;
+    }
+    case MediaCommand::Verb::Prev:
         if (m_open)
             rewind();
-    } else if (verb == QLatin1String("play")) {
+        break;
+    case MediaCommand::Verb::Play:
         ++m_playCount;
         if (m_open)
             play();
-    } else if (verb == QLatin1String("close")) {
+        break;
+    case MediaCommand::Verb::Close:
         stop();
         m_open = false;
+        break;
+    case MediaCommand::Verb::Unknown:
+        break;
     }
 }
