@@ -16,36 +16,12 @@ if [ "${1:-}" = --screenshot ]; then
   check_args+=(--screenshot /check/shot.png)
   shift 2
 fi
-deb=${1:-}
-if [ -z "$deb" ]; then
-  debs=(dist/dorvala_*_amd64.deb)
-  deb=${debs[0]}
-fi
-[ -f "$deb" ] || { echo "no package: run scripts/package.sh first" >&2; exit 1; }
-[ "$(id -u)" -eq 0 ] || { echo "run as root (debootstrap, chroot)" >&2; exit 1; }
-mirror=${DORVALA_DEBIAN_MIRROR:-http://deb.debian.org/debian}
-
-if ! command -v debootstrap > /dev/null; then
-  DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=900 -y -qq update
-  DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=900 -y -qq install debootstrap
-fi
-
-root=$(mktemp -d /var/tmp/dorvala-fresh.XXXXXX)
-chmod 755 "$root"  # apt inside downloads as user _apt
-cleanup() {
-  # Nothing may still be mounted below the folder before it goes (it would take /dev along).
-  if grep -q " $root" /proc/self/mountinfo; then
-    echo "mounts left below $root; not removing it" >&2
-  else
-    rm -rf "$root"
-  fi
-}
-trap cleanup EXIT
+source scripts/package-common.sh
+deb=$(package_deb "${1:-}")
+need_root "debootstrap, chroot"
 
 start=$SECONDS
-debootstrap --variant=minbase bookworm "$root" "$mirror" > "$root.log" 2>&1 \
-  || { tail -20 "$root.log"; rm -f "$root.log"; exit 1; }
-rm -f "$root.log"
+fresh_bookworm fresh
 cat > "$root/etc/apt/sources.list" <<LIST
 deb $mirror bookworm main
 deb $mirror bookworm-updates main
@@ -53,7 +29,6 @@ deb ${mirror%/debian}/debian-security bookworm-security main
 LIST
 echo "fresh bookworm (minbase) made in $((SECONDS - start)) s"
 
-mkdir -p "$root/check"
 cp scripts/package-check.sh "$root/check/"
 cp "$deb" "$root/check/"
 status=0

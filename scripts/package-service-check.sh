@@ -13,16 +13,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-deb=${1:-}
-if [ -z "$deb" ]; then
-  debs=(dist/dorvala_*_amd64.deb)
-  deb=${debs[0]}
-fi
-[ -f "$deb" ] || { echo "no package: run scripts/package.sh first" >&2; exit 1; }
-[ "$(id -u)" -eq 0 ] || { echo "run as root (debootstrap, systemd-nspawn)" >&2; exit 1; }
-mirror=${DORVALA_DEBIAN_MIRROR:-http://deb.debian.org/debian}
+source scripts/package-common.sh
+deb=$(package_deb "${1:-}")
+need_root "debootstrap, systemd-nspawn"
 need=()
-command -v debootstrap > /dev/null || need+=(debootstrap)
 command -v systemd-nspawn > /dev/null || need+=(systemd-container)
 if [ ${#need[@]} -gt 0 ]; then
   DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=900 -y -qq update
@@ -30,22 +24,8 @@ if [ ${#need[@]} -gt 0 ]; then
     --no-install-recommends "${need[@]}"
 fi
 
-root=$(mktemp -d /var/tmp/dorvala-service.XXXXXX)
-chmod 755 "$root"
-cleanup() {
-  if grep -q " $root" /proc/self/mountinfo; then
-    echo "mounts left below $root; not removing it" >&2
-  else
-    rm -rf "$root"
-  fi
-}
-trap cleanup EXIT
-
 start=$SECONDS
-debootstrap --variant=minbase --include=systemd,systemd-sysv,dbus,iproute2 bookworm "$root" \
-  "$mirror" > "$root.log" 2>&1 || { tail -20 "$root.log"; rm -f "$root.log"; exit 1; }
-rm -f "$root.log"
-mkdir -p "$root/check"
+fresh_bookworm service --include=systemd,systemd-sysv,dbus,iproute2
 cp "$deb" "$root/check/dorvala.deb"
 unshare --mount --propagation private /bin/bash -euc '
   root=$1
