@@ -14,4 +14,5 @@ add_custom_target(dorvala_runtime_files ALL
 
 # Pictures are compiled in: the title window must appear fast and never lack a face.
 file(GLOB DORVALA_PICTURES CONFIGURE_DEPENDS RELATIVE ${DORVALA_ASSET_DIR}/pictures
-  ${DORVALA_ASSET_DIR}/pictures/*.gif ${DORVALA_ASSET_DIR}/pictures/*.png)
+  ${DORVALA_ASSET_DIR}/pictures/*.gif ${DORVALA_ASSET_DIR}/pictures/*.png
+  ${DORVALA_ASSET_DIR}/pictures/*.jpg)

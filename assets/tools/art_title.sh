@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The title screen: the splash DK.png and the calmer background TitleBack.png (title at the
+# The title screen: the splash DK.jpg and the calmer background TitleBack.png (title at the
 # top, y 10..75; a free band below it; felt panels for the description, x 16..334,
 # y 146..334, and for the maker's page, x 354..626, y 146..404).
 # Sourced by make_assets.sh (after art_table.sh, whose slab and pieces it reuses).
@@ -97,7 +97,7 @@ make_splash() {
   "$IM" "$w/dk.png" -fill none -stroke '#c9a04a' -strokewidth 1.5 \
     -draw "rectangle 6,6 633,413" -stroke '#5b3d12' -strokewidth 1 -draw "rectangle 9,9 630,410" \
     "$w/dk_framed.png"
-  save_png_opaque "$w/dk_framed.png" "$PICTURES/DK.png"
+  save_jpeg_opaque "$w/dk_framed.png" "$PICTURES/DK.jpg"
 }
 
 make_title_back() {

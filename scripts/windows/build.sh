@@ -37,7 +37,9 @@ deploy() {
     cp -u "$qt_dir/plugins/platforms/$plugin.dll" "$to/platforms/"
   done
   cp -u "$qt_dir/plugins/styles/qwindowsvistastyle.dll" "$to/styles/"
-  cp -u "$qt_dir/plugins/imageformats/qgif.dll" "$qt_dir/plugins/imageformats/qico.dll" "$to/imageformats/"
+  for plugin in qgif qico qjpeg; do
+    cp -u "$qt_dir/plugins/imageformats/$plugin.dll" "$to/imageformats/"
+  done
   for dll in "$mingw_gcc_dir/libstdc++-6.dll" "$mingw_gcc_dir/libgcc_s_seh-1.dll" \
              "$mingw_lib_dir/libwinpthread-1.dll"; do
     [ "$to/$(basename "$dll")" -nt "$dll" ] && continue

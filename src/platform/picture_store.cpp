@@ -13,7 +13,7 @@ QHash<QString, QPixmap> &store()
 
 QString resourcePath(const QString &name)
 {
-    for (const char *ext : {".gif", ".png"}) {
+    for (const char *ext : {".gif", ".png", ".jpg"}) {
         const QString path = QStringLiteral(":/pictures/") + name + QLatin1String(ext);
         if (QFile::exists(path))
             return path;
