@@ -8,7 +8,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
+
+#include <algorithm>
 
 ScoreFile::ScoreFile(const QString &path)
     : m_path(path)
@@ -57,14 +58,21 @@ ScoreFile::LoadResult ScoreFile::load()
 void ScoreFile::removeStaleSaves() const
 {
     const QFileInfo info(m_path);
-    const QRegularExpression leftover(
-        QStringLiteral("^%1\\.(?!rusak)[A-Za-z0-9]{6}$")
-            .arg(QRegularExpression::escape(info.fileName())));
     const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-60);
-    const QFileInfoList candidates =
-        info.dir().entryInfoList({info.fileName() + QStringLiteral(".??????")}, QDir::Files);
-    for (const QFileInfo &candidate : candidates) {
-        if (leftover.match(candidate.fileName()).hasMatch() && candidate.lastModified() < before)
+    // The folder's files are few. They are matched by hand: a name filter, like a regular
+    // expression, would bring the expression compiler into every player's memory.
+    const QString prefix = info.fileName() + u'.';
+    const QFileInfoList files = info.dir().entryInfoList(QDir::Files, QDir::NoSort);
+    for (const QFileInfo &candidate : files) {
+        // The file's own name, a dot, and six letters or digits that are not a damaged
+        // file's copy.
+        const QString tail = candidate.fileName().mid(prefix.size());
+        const bool temporary = candidate.fileName().startsWith(prefix) && tail.size() == 6
+                               && !tail.startsWith(QLatin1String("rusak"))
+                               && std::all_of(tail.cbegin(), tail.cend(), [](QChar c) {
+                                      return c.unicode() < 128 && c.isLetterOrNumber();
+                                  });
+        if (temporary && candidate.lastModified() < before)
             QFile::remove(candidate.filePath());
     }
 }

@@ -4,7 +4,6 @@
 #include "wire/wire_message.h"
 
 #include <QHostAddress>
-#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -27,14 +26,22 @@ void tune(QTcpSocket *socket)
     setKeepAlive(socket->socketDescriptor(), 30, 10, 3);
 }
 
-// A host name we may look up; anything else (spaces, a port suffix, stray signs) is
-// refused before it can reach a resolver.
+// A host name we may look up: dot-separated labels of letters, digits and inner hyphens,
+// at most 63 characters each and 253 in all. Anything else (spaces, a port suffix, stray
+// signs) is refused before it can reach a resolver.
 bool looksLikeHostName(const QString &text)
 {
-    static const QRegularExpression pattern(QStringLiteral(
-        "^(?=.{1,253}$)[A-Za-z0-9](?:[A-Za-z0-9-]{0,61}[A-Za-z0-9])?"
-        "(?:\\.[A-Za-z0-9](?:[A-Za-z0-9-]{0,61}[A-Za-z0-9])?)*$"));
-    return pattern.match(text).hasMatch();
+    if (text.isEmpty() || text.size() > 253)
+        return false;
+    for (const QStringView label : QStringView(text).split(u'.')) {
+        if (label.isEmpty() || label.size() > 63 || label.front() == u'-' || label.back() == u'-')
+            return false;
+        for (const QChar c : label) {
+            if (c.unicode() > 127 || !(c.isLetterOrNumber() || c == u'-'))
+                return false;
+        }
+    }
+    return true;
 }
 
 } // namespace

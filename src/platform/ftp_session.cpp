@@ -3,7 +3,6 @@
 #include "ftp_transfer.h"
 
 #include <QNetworkProxy>
-#include <QRegularExpression>
 #include <QTcpSocket>
 
 namespace {
@@ -36,20 +35,36 @@ quint16 extendedPassivePort(const QByteArray &text)
     return ok ? port : 0;
 }
 
-// "227 Entering Passive Mode (h1,h2,h3,h4,p1,p2)". The address is not used: the data
-// connection goes to the control connection's peer, so a server cannot point it elsewhere.
+// "227 Entering Passive Mode (h1,h2,h3,h4,p1,p2)": the first six numbers of one to three
+// digits joined by commas, wherever they stand (some servers leave out the brackets). The
+// address is not used: the data connection goes to the control connection's peer, so a
+// server cannot point it elsewhere. Read by hand: a regular expression would bring the
+// expression compiler into every player's memory for this one line.
 quint16 passivePort(const QByteArray &text)
 {
-    static const QRegularExpression numbers(
-        QStringLiteral("(\\d{1,3}),(\\d{1,3}),(\\d{1,3}),(\\d{1,3}),(\\d{1,3}),(\\d{1,3})"));
-    const QRegularExpressionMatch match = numbers.match(QString::fromLatin1(text));
-    if (!match.hasMatch())
-        return 0;
-    const int high = match.captured(5).toInt();
-    const int low = match.captured(6).toInt();
-    if (high > 255 || low > 255)
-        return 0;
-    return quint16(high * 256 + low);
+    for (qsizetype start = 0; start < text.size(); ++start) {
+        int numbers[6];
+        qsizetype at = start;
+        int count = 0;
+        while (count < 6) {
+            qsizetype digits = 0;
+            int value = 0;
+            while (at < text.size() && digits < 3 && text.at(at) >= '0' && text.at(at) <= '9') {
+                value = value * 10 + (text.at(at) - '0');
+                ++at;
+                ++digits;
+            }
+            if (digits == 0)
+                break;
+            numbers[count++] = value;
+            if (count < 6 && (at >= text.size() || text.at(at) != ','))
+                break;
+            ++at;
+        }
+        if (count == 6)
+            return numbers[4] > 255 || numbers[5] > 255 ? 0 : quint16(numbers[4] * 256 + numbers[5]);
+    }
+    return 0;
 }
 
 QString serverSaid(int code, const QByteArray &text)

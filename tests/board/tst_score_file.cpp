@@ -165,6 +165,9 @@ private slots:
             {"dvq.rusak2", true, true},
             {"dvq.a-3xY9", true, true},
             {"dvq2.aB3xY9", true, true},
+            {"dvq.aB3xY", true, true},
+            {"dvq.aB3xY9z", true, true},
+            {"DVQ.aB3xY9", true, true},
         };
         for (const auto &file : files) {
             const QString path = m_dir->filePath(QString::fromLatin1(file.name));

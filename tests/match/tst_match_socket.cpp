@@ -22,6 +22,12 @@ private slots:
         QTest::newRow("blank") << "  \r\n" << "Alamat host kosong: isi alamat IP host terlebih dahulu.";
         QTest::newRow("space inside") << "10.0 .0.7" << "Alamat host tidak valid: 10.0 .0.7";
         QTest::newRow("port suffix") << "127.0.0.1:" + port << "Alamat host tidak valid: 127.0.0.1:" + port;
+        for (const QString &bad : {QStringLiteral("-lan.example"), QStringLiteral("lan..example"),
+                                  QStringLiteral("caf\u00e9.lan"), QString(64, u'a') + QStringLiteral(".lan")})
+            QTest::newRow(qPrintable(QStringLiteral("not a host name: ") + bad))
+                << bad << "Alamat host tidak valid: " + bad;
+        QTest::newRow("host name resolved, nobody listening")
+            << "localhost" << "Tidak dapat terhubung ke localhost: koneksi ditolak.";
         QTest::newRow("nobody listening") << "127.0.0.1" << "Tidak dapat terhubung ke 127.0.0.1: koneksi ditolak.";
     }
 

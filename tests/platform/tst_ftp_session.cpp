@@ -121,6 +121,10 @@ private slots:
         QTest::newRow("EPSV refused: PASV, and its foreign address ignored")
             << Greeting << with(with(Login, "EPSV", "500 no\r\n"), "PASV", "227 Passive ({h,p})\r\n")
             << "/" << names << 0 << listed;
+        QTest::newRow("PASV without brackets, after other numbers")
+            << Greeting
+            << with(with(Login, "EPSV", "500 no\r\n"), "PASV", "227 Mode 2,1,0 ok=1 {h,p}\r\n")
+            << "/" << names << 0 << listed;
         QTest::newRow("one CWD per folder")
             << Greeting << Login << "/games/open/" << names << 0
             << "USER dorvala|PASS 418526|TYPE A|CWD games|CWD open|EPSV|NLST";
