@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # The match table: a walnut table with a teal felt mat, the wooden board slab with its
-# carved lattice and sockets, the side panels; Board.png and Match.png are cut from it.
+# carved lattice and sockets, the side panels; Match.png is it (the board draws its own part of it).
 # Sourced by make_assets.sh.
 
 # Point centres of the board, in picture pixels (top-left corners 152/216/280, 88/152/216).
@@ -133,7 +133,6 @@ make_slab() { # out-rgba out-mask
 
 make_board_and_match() {
   make_table "$WORK/table_full.png"
+  # The board draws its part of this picture itself; it needs no picture of its own.
   save_png_opaque "$WORK/table_full.png" "$PICTURES/Match.png"
-  "$IM" "$WORK/table_full.png" -crop 497x305+0+0 +repage "$WORK/board.png"
-  save_png_opaque "$WORK/board.png" "$PICTURES/Board.png"
 }

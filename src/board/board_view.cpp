@@ -14,9 +14,7 @@
 
 BoardView::BoardView(QWidget *parent)
     : QWidget(parent)
-    , m_background(PictureStore::has(QStringLiteral("Board"))
-                       ? PictureStore::picture(QStringLiteral("Board"))
-                       : fallbackBackground())
+    , m_background(fallbackBackground())
 {
     setFixedSize(Area);
 
@@ -45,6 +43,15 @@ BoardView::BoardView(QWidget *parent)
     auto *layout = new QGridLayout(this);
     layout->setContentsMargins(0, 8, 0, 0);
     layout->addWidget(m_infox, 0, 0, Qt::AlignHCenter | Qt::AlignTop);
+}
+
+void BoardView::setBackground(const QPixmap &picture, QPoint at)
+{
+    if (picture.isNull())
+        return;
+    m_background = picture;
+    m_backgroundAt = at;
+    update();
 }
 
 void BoardView::setModel(const MatchModel *model)
@@ -96,7 +103,7 @@ void BoardView::redrawAll()
 void BoardView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.drawPixmap(rect(), m_background);
+    painter.drawPixmap(QPoint(0, 0), m_background, rect().translated(m_backgroundAt));
 }
 
 QPixmap BoardView::fallbackBackground()

@@ -28,6 +28,11 @@ public:
 
     explicit BoardView(QWidget *parent = nullptr);
 
+    // The board's part of the screen's own background: `picture` from `at` on. The pixels
+    // are shared with the screen's copy, not decoded a second time. Until then the board
+    // draws a plain board of its own.
+    void setBackground(const QPixmap &picture, QPoint at);
+
     // Shows `model` now and follows its changes from then on.
     void setModel(const MatchModel *model);
 
@@ -52,7 +57,8 @@ private:
     void showLock(bool locked);
     void showCover();
 
-    QPixmap m_background;   // decoded once per board: the store does not keep backgrounds
+    QPixmap m_background;
+    QPoint m_backgroundAt;
     std::array<PointImage *, Cell::Count> m_points{};
     QWidget *m_trans = nullptr;
     QLabel *m_infox = nullptr;

@@ -77,6 +77,7 @@ void MatchScreen::buildControls()
     m_view = new BoardView(this);
     m_view->setObjectName(QStringLiteral("boardView"));
     m_view->move(0, 0);
+    m_view->setBackground(m_background, m_view->pos());
 
     using Scoreboard::Mark;
     const bool host = m_side == MatchSide::Host;
