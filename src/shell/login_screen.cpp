@@ -83,10 +83,9 @@ LoginScreen::LoginScreen(Screens &screens)
     setFixedSize(480, 400);
     setMouseTracking(true);
 
-    auto *back = new QLabel(this);
-    back->setGeometry(rect());
-    back->setPixmap(PictureStore::picture(QStringLiteral("LoginBack")));
-    back->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_back = new QLabel(this);
+    m_back->setGeometry(rect());
+    m_back->setAttribute(Qt::WA_TransparentForMouseEvents);
 
     setStyleSheet(GameStyle::fields() + GameStyle::pushButtons());
 
@@ -225,6 +224,19 @@ void LoginScreen::Option2_Click()
 QString LoginScreen::playerFile(const QString &name)
 {
     return Settings::cFile(QStringLiteral("C:/-") + name);
+}
+
+void LoginScreen::showEvent(QShowEvent *event)
+{
+    if (m_back->pixmap().isNull())
+        m_back->setPixmap(PictureStore::picture(QStringLiteral("LoginBack")));
+    QWidget::showEvent(event);
+}
+
+void LoginScreen::hideEvent(QHideEvent *event)
+{
+    m_back->clear();
+    QWidget::hideEvent(event);
 }
 
 void LoginScreen::Play_Click()

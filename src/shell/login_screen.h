@@ -51,6 +51,10 @@ public:
 
 protected:
     void mouseMoveEvent(QMouseEvent *event) override;
+    // The screen stays loaded but hidden for a whole match: its background is decoded
+    // while it shows and released while it is hidden (0.75 MB).
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
     QLabel *choice(const QString &name, const QString &picture, const QString &caption, int x);
@@ -59,6 +63,7 @@ private:
     Screens &m_screens;
     QLineEdit *m_un;
     QLineEdit *m_hostT;
+    QLabel *m_back;
     QLabel *m_image1;
     QLabel *m_image2;
     QLabel *m_image3;
