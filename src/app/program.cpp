@@ -111,24 +111,34 @@ void Program::start(const Options &options)
 
 void Program::quickStart(const Options &options)
 {
-    // The setup screen's choices follow once the title's "Mulai" has opened it.
+    // The setup screen's choices follow once the title's "Mulai" has opened it and the title
+    // screen is gone, as for a player, whose click comes later: its pictures would otherwise
+    // still be held while the match screen is made.
+    TitleScreen *title = m_screens.openi();
     connect(
         &m_screens, &Screens::loginOpened, this,
-        [this, options](int error) {
+        [this, options, title](int error) {
             if (error != 0 || !m_screens.isLoaded(QStringLiteral("login")))
                 return;  // the title screen says why
-            LoginScreen *login = m_screens.login();
-            login->UN()->setText(options.name);
-            if (!options.join.isEmpty()) {
-                login->Image2_Click();
-                login->HIP()->setText(options.join);
-            } else {
-                login->Image1_Click();
-            }
-            login->Play_Click();
+            connect(title, &QObject::destroyed, this, [this, options] { chooseOnLogin(options); });
         },
         Qt::SingleShotConnection);
-    m_screens.openi()->Play_Click();
+    title->Play_Click();
+}
+
+void Program::chooseOnLogin(const Options &options)
+{
+    if (!m_screens.isLoaded(QStringLiteral("login")))
+        return;
+    LoginScreen *login = m_screens.login();
+    login->UN()->setText(options.name);
+    if (!options.join.isEmpty()) {
+        login->Image2_Click();
+        login->HIP()->setText(options.join);
+    } else {
+        login->Image1_Click();
+    }
+    login->Play_Click();
 }
 
 void Program::watchSignals()

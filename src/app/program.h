@@ -38,6 +38,7 @@ public:
 
 private:
     void quickStart(const Options &options);
+    void chooseOnLogin(const Options &options);
     void onSignal();
 
     Screens &m_screens;
