@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QHash>
+#include <QImage>
 
 namespace {
 
@@ -35,7 +36,9 @@ QPixmap PictureStore::picture(const QString &name)
     if (it != pictures.constEnd())
         return *it;
     const QString path = resourcePath(name);
-    const QPixmap decoded = path.isEmpty() ? QPixmap() : QPixmap(path);
+    // Decoded through QImage: QPixmap's own loading would also keep every picture in Qt's
+    // pixmap cache (up to 10 MB), backgrounds of screens long gone included.
+    const QPixmap decoded = path.isEmpty() ? QPixmap() : QPixmap::fromImage(QImage(path));
     if (decoded.width() * decoded.height() <= KeptPixels)
         pictures.insert(name, decoded);
     return decoded;
