@@ -250,11 +250,14 @@ void LoginScreen::Play_Click()
             QMessageBox::warning(this, windowTitle(),
                                  QStringLiteral("Berkas pemain tidak dapat disimpan: ") + error);
         }
-        m_screens.startHost(m_un->text(), pos(), true);
-    } else {
-        m_screens.startJoin(m_un->text(), pos(), true);
     }
+    // Hidden first: its background is released before the match screen decodes its own,
+    // and nothing is drawn in between.
     hide();
+    if (host)
+        m_screens.startHost(m_un->text(), pos(), true);
+    else
+        m_screens.startJoin(m_un->text(), pos(), true);
 }
 
 void LoginScreen::Command1_Click()
