@@ -167,7 +167,6 @@ private slots:
             {"dvq2.aB3xY9", true, true},
             {"dvq.aB3xY", true, true},
             {"dvq.aB3xY9z", true, true},
-            {"DVQ.aB3xY9", true, true},
         };
         for (const auto &file : files) {
             const QString path = m_dir->filePath(QString::fromLatin1(file.name));
