@@ -57,10 +57,13 @@ passed=0
 ok() { passed=$((passed + 1)); echo "ok   $*"; }
 fail() { echo "FAIL $*" >&2; exit 1; }
 
-# Everything under /usr, /etc and /var, less what apt and dpkg keep for themselves.
+# Everything under /usr, /etc and /var, less what apt and dpkg keep for themselves and the
+# icon theme's cache, which gtk-update-icon-cache's trigger writes whenever any package adds
+# or removes icons (the screenshot's X tools bring it along) and which no package owns.
 snapshot() {
   find /usr /etc /var -xdev \( -path /var/cache -o -path /var/log -o -path /var/lib/apt \
-    -o -path /var/tmp -o -path /var/backups -o -name '*-old' -o -name '*.dpkg-*' \) -prune \
+    -o -path /var/tmp -o -path /var/backups -o -name '*-old' -o -name '*.dpkg-*' \
+    -o -name icon-theme.cache \) -prune \
     -o -print | LC_ALL=C sort
 }
 
