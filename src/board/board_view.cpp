@@ -14,7 +14,6 @@
 
 BoardView::BoardView(QWidget *parent)
     : QWidget(parent)
-    , m_background(fallbackBackground())
 {
     setFixedSize(Area);
 
@@ -103,7 +102,11 @@ void BoardView::redrawAll()
 void BoardView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.drawPixmap(QPoint(0, 0), m_background, rect().translated(m_backgroundAt));
+    // The drawn board is made only for a board without its screen's picture (0.6 MB).
+    if (m_background.isNull())
+        painter.drawPixmap(0, 0, fallbackBackground());
+    else
+        painter.drawPixmap(QPoint(0, 0), m_background, rect().translated(m_backgroundAt));
 }
 
 QPixmap BoardView::fallbackBackground()

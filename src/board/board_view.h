@@ -57,7 +57,7 @@ private:
     void showLock(bool locked);
     void showCover();
 
-    QPixmap m_background;
+    QPixmap m_background;  // null: the drawn fallback
     QPoint m_backgroundAt;
     std::array<PointImage *, Cell::Count> m_points{};
     QWidget *m_trans = nullptr;
