@@ -5,6 +5,8 @@
 #include <QNetworkProxy>
 #include <QTcpSocket>
 
+#include <algorithm>
+
 namespace {
 
 // A hostile or broken server must not be able to fill the memory with one "listing" or one
@@ -42,27 +44,27 @@ quint16 extendedPassivePort(const QByteArray &text)
 // expression compiler into every player's memory for this one line.
 quint16 passivePort(const QByteArray &text)
 {
-    for (qsizetype start = 0; start < text.size(); ++start) {
-        int numbers[6];
-        qsizetype at = start;
-        int count = 0;
-        while (count < 6) {
-            qsizetype digits = 0;
-            int value = 0;
-            while (at < text.size() && digits < 3 && text.at(at) >= '0' && text.at(at) <= '9') {
-                value = value * 10 + (text.at(at) - '0');
-                ++at;
-                ++digits;
-            }
-            if (digits == 0)
-                break;
-            numbers[count++] = value;
-            if (count < 6 && (at >= text.size() || text.at(at) != ','))
-                break;
-            ++at;
+    // One pass: a run of numbers, each followed by a comma but the last, counts up to six; any
+    // other character, or a number of more than three digits, starts the run again.
+    int numbers[6];
+    int count = 0;
+    qsizetype at = 0;
+    while (at < text.size()) {
+        qsizetype end = at;
+        while (end < text.size() && text.at(end) >= '0' && text.at(end) <= '9')
+            ++end;
+        const qsizetype digits = end - at;
+        if (digits == 0 || digits > 3) {
+            count = 0;
+            at = std::max(end, at + 1);
+            continue;
         }
+        numbers[count++] = text.mid(at, digits).toInt();
         if (count == 6)
             return numbers[4] > 255 || numbers[5] > 255 ? 0 : quint16(numbers[4] * 256 + numbers[5]);
+        if (end >= text.size() || text.at(end) != ',')
+            count = 0;
+        at = end + 1;
     }
     return 0;
 }
