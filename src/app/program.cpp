@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QCoreApplication>
 #include <QLineEdit>
+#include <QPointer>
 #include <QTimer>
 
 #include <cstdio>
@@ -114,13 +115,16 @@ void Program::quickStart(const Options &options)
     // The setup screen's choices follow once the title's "Mulai" has opened it and the title
     // screen is gone, as for a player, whose click comes later: its pictures would otherwise
     // still be held while the match screen is made.
-    TitleScreen *title = m_screens.openi();
+    const QPointer<TitleScreen> title = m_screens.openi();
     connect(
         &m_screens, &Screens::loginOpened, this,
         [this, options, title](int error) {
             if (error != 0 || !m_screens.isLoaded(QStringLiteral("login")))
                 return;  // the title screen says why
-            connect(title, &QObject::destroyed, this, [this, options] { chooseOnLogin(options); });
+            if (title)
+                connect(title, &QObject::destroyed, this, [this, options] { chooseOnLogin(options); });
+            else
+                chooseOnLogin(options);
         },
         Qt::SingleShotConnection);
     title->Play_Click();
