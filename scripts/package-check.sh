@@ -27,6 +27,8 @@ if [ "${1:-}" = --screenshot ]; then
   screenshot=$(realpath -m "$2")
   shift 2
 fi
+# This script is copied alone into a fresh system (package-fresh.sh), so it finds the
+# package itself rather than through package-common.sh.
 deb=${1:-}
 if [ -z "$deb" ]; then
   debs=(dist/dorvala_*_amd64.deb)
