@@ -1,0 +1,187 @@
+#include "net/host_address.h"
+#include "net/port_mapper.h"
+
+#include "support/fake_natpmp_router.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+
+using Mode = FakeNatPmpRouter::Mode;
+using Outcome = PortMapper::Outcome;
+Q_DECLARE_METATYPE(FakeNatPmpRouter::Mode)
+
+namespace {
+
+PortMapper::Config configFor(const FakeNatPmpRouter &router, quint16 matchPort = 41009,
+                             quint16 probePort = 40079)
+{
+    PortMapper::Config config;
+    config.localAddress = QHostAddress::LocalHost;
+    config.router = QHostAddress::LocalHost;
+    config.natPmpPort = router.port();
+    config.matchPort = matchPort;
+    config.probePort = probePort;
+    config.publicNets = parseNetList(u"198.19.0.0/16");
+    return config;
+}
+
+quint32 ip(const char *text)
+{
+    quint32 value = 0;
+    HostAddress::parseIpv4(QString::fromLatin1(text), &value);
+    return value;
+}
+
+} // namespace
+
+class TstPortMapper : public QObject
+{
+    Q_OBJECT
+private slots:
+    void outcome_data();
+    void outcome();
+    void loopbackAsksNobody();
+    void stopRemovesEveryMapping();
+    void mapsAgainAfterRouterRestart();
+};
+
+void TstPortMapper::outcome_data()
+{
+    QTest::addColumn<Mode>("mode");
+    QTest::addColumn<quint32>("external");
+    QTest::addColumn<quint16>("matchPort");
+    QTest::addColumn<quint16>("probePort");
+    QTest::addColumn<quint16>("lowestAllowed");
+    QTest::addColumn<quint16>("highPortBase");
+    QTest::addColumn<Outcome>("outcome");
+    QTest::addColumn<quint16>("refused");
+    QTest::addColumn<int>("held");
+    QTest::addColumn<quint16>("localMatch");  // when open
+    QTest::addColumn<quint16>("localProbe");
+
+    const quint32 lab = ip("198.19.0.1");
+    const quint16 high = 40000;
+    QTest::newRow("public: open") << Mode::Answer << lab << quint16(41009) << quint16(40079) << quint16(0)
+                                  << high << Outcome::Open << quint16(0) << 2 << quint16(41009) << quint16(40079);
+    QTest::newRow("standard ports: open") << Mode::Answer << lab << quint16(1009) << quint16(79) << quint16(0)
+                                          << high << Outcome::Open << quint16(0) << 2 << quint16(1009) << quint16(79);
+    QTest::newRow("low ports refused: high stand-ins") << Mode::Answer << lab << quint16(1009) << quint16(79)
+                                                       << quint16(1024) << high << Outcome::Open << quint16(0) << 2
+                                                       << quint16(41009) << quint16(40079);
+    QTest::newRow("low ports refused, short replies") << Mode::ShortRefusal << lab << quint16(1009) << quint16(79)
+                                                      << quint16(1024) << high << Outcome::Open << quint16(0) << 2
+                                                      << quint16(41009) << quint16(40079);
+    QTest::newRow("high stand-ins refused too") << Mode::Answer << lab << quint16(1009) << quint16(79)
+                                                << quint16(50000) << high << Outcome::Refused << quint16(41009) << 0
+                                                << quint16(0) << quint16(0);
+    QTest::newRow("refusal leaves nothing mapped") << Mode::Answer << lab << quint16(1009) << quint16(40079)
+                                                   << quint16(1024) << quint16(0) << Outcome::Refused << quint16(1009)
+                                                   << 0 << quint16(0) << quint16(0);
+    QTest::newRow("CGNAT") << Mode::Answer << ip("100.64.0.7") << quint16(41009) << quint16(40079) << quint16(0)
+                           << high << Outcome::SharedAddress << quint16(0) << 0 << quint16(0) << quint16(0);
+    QTest::newRow("double NAT") << Mode::Answer << ip("192.168.1.2") << quint16(41009) << quint16(40079) << quint16(0)
+                                << high << Outcome::DoubleNat << quint16(0) << 0 << quint16(0) << quint16(0);
+    QTest::newRow("reserved outside the lab's range") << Mode::Answer << ip("198.18.0.1") << quint16(41009)
+                                                      << quint16(40079) << quint16(0) << high
+                                                      << Outcome::NotReachable << quint16(0) << 0 << quint16(0) << quint16(0);
+    QTest::newRow("silent router") << Mode::Silent << lab << quint16(41009) << quint16(40079) << quint16(0)
+                                   << high << Outcome::NoRouter << quint16(0) << 0 << quint16(0) << quint16(0);
+    QTest::newRow("short replies") << Mode::Short << lab << quint16(41009) << quint16(40079) << quint16(0)
+                                   << high << Outcome::NoRouter << quint16(0) << 0 << quint16(0) << quint16(0);
+    QTest::newRow("forged replies") << Mode::FromOtherPort << lab << quint16(41009) << quint16(40079) << quint16(0)
+                                    << high << Outcome::NoRouter << quint16(0) << 0 << quint16(0) << quint16(0);
+}
+
+void TstPortMapper::outcome()
+{
+    QFETCH(Mode, mode);
+    QFETCH(quint32, external);
+    QFETCH(quint16, matchPort);
+    QFETCH(quint16, probePort);
+    QFETCH(quint16, lowestAllowed);
+    QFETCH(quint16, highPortBase);
+    QFETCH(Outcome, outcome);
+    QFETCH(quint16, refused);
+    QFETCH(int, held);
+    QFETCH(quint16, localMatch);
+    QFETCH(quint16, localProbe);
+
+    FakeNatPmpRouter router;
+    router.mode = mode;
+    router.externalAddress = external;
+    router.lowestAllowed = lowestAllowed;
+    PortMapper mapper;
+    PortMapper::Config config = configFor(router, matchPort, probePort);
+    config.highPortBase = highPortBase;
+    QElapsedTimer clock;
+    clock.start();
+    mapper.start(config);
+    QCOMPARE(mapper.outcome(), Outcome::Trying);
+    QTRY_VERIFY_WITH_TIMEOUT(mapper.outcome() != Outcome::Trying, 5000);
+    // The player hears within 3 s, whatever the router does.
+    QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+    // Replies that come late change nothing, and what was let go is gone at the router.
+    QTRY_COMPARE(int(router.mappings.size()), held);
+    QCOMPARE(mapper.outcome(), outcome);
+    QCOMPARE(mapper.refusedPort(), refused);
+    QCOMPARE(mapper.mappings(), held);
+    if (outcome == Outcome::Open) {
+        QCOMPARE(mapper.externalAddress(), external);
+        QCOMPARE(mapper.localMatchPort(), localMatch);
+        QCOMPARE(mapper.localProbePort(), localProbe);
+        QCOMPARE(mapper.externalMatchPort(), localMatch);
+        QCOMPARE(mapper.externalProbePort(), localProbe);
+        QCOMPARE(router.mappings.value(localMatch), localMatch);
+    }
+}
+
+void TstPortMapper::loopbackAsksNobody()
+{
+    PortMapper mapper;
+    PortMapper::Config config;
+    config.localAddress = QHostAddress::LocalHost;
+    config.matchPort = 1009;
+    config.probePort = 79;
+    QSignalSpy changed(&mapper, &PortMapper::outcomeChanged);
+    mapper.start(config);
+    QTRY_COMPARE(mapper.outcome(), Outcome::NoRouter);
+    QCOMPARE(changed.count(), 2);  // trying, then no router, at once
+}
+
+void TstPortMapper::stopRemovesEveryMapping()
+{
+    FakeNatPmpRouter router;
+    PortMapper mapper;
+    mapper.start(configFor(router));
+    QTRY_COMPARE(mapper.outcome(), Outcome::Open);
+    QCOMPARE(router.mappings.size(), 2);
+    QSignalSpy removed(&mapper, &PortMapper::removed);
+    mapper.stop();
+    QVERIFY(mapper.removing());
+    QVERIFY(removed.wait());
+    QCOMPARE(router.mappings.size(), 0);
+    QVERIFY(!mapper.removing());
+    QCOMPARE(mapper.outcome(), Outcome::Idle);
+}
+
+void TstPortMapper::mapsAgainAfterRouterRestart()
+{
+    FakeNatPmpRouter router;
+    router.maxLifetime = 2;  // renewal every second
+    PortMapper mapper;
+    QSignalSpy moved(&mapper, &PortMapper::placeChanged);
+    mapper.start(configFor(router));
+    QTRY_COMPARE(mapper.outcome(), Outcome::Open);
+    // The router comes back with nothing mapped, and 41009 now taken by somebody else.
+    router.restart();
+    router.externalShift = 1;
+    QTRY_COMPARE_WITH_TIMEOUT(router.mappings.size(), 2, 3000);
+    QTRY_COMPARE(moved.count(), 1);
+    QCOMPARE(mapper.outcome(), Outcome::Open);
+    QCOMPARE(mapper.externalMatchPort(), quint16(41010));
+    QCOMPARE(mapper.externalProbePort(), quint16(40080));
+}
+
+QTEST_GUILESS_MAIN(TstPortMapper)
+#include "tst_port_mapper.moc"
