@@ -124,3 +124,8 @@ QString Settings::programFolder()
         folder.chop(1);
     return folder;
 }
+
+bool Settings::mapPorts()
+{
+    return env("DORVALA_MAP_PORTS").trimmed() != QLatin1String("0");
+}

@@ -33,6 +33,10 @@ public:
     // The folder holding the program, without a trailing separator.
     static QString programFolder();
 
+    // Whether a host asks the home router to open its ports (settings key router/map_ports,
+    // on by default); DORVALA_MAP_PORTS=0 turns it off.
+    static bool mapPorts();
+
 private:
     static quint16 port(const char *variable, quint16 fallback);
 };
