@@ -8,6 +8,7 @@ namespace {
 // A renewal never waits less than this, whatever lifetime the router grants.
 constexpr int MinRenewMs = 1000;
 constexpr int RetryRenewMs = 30000;
+constexpr int RemovalsMs = 2500;
 } // namespace
 
 PortMapper::PortMapper(QObject *parent)
@@ -193,6 +194,12 @@ void PortMapper::renew()
 void PortMapper::stop()
 {
     m_renewTimer->stop();
+    // Mappings asked for whose answer has not come may exist at the router all the same:
+    // they are removed like those held (removing one that does not exist is harmless).
+    if (m_awaiting > 0) {
+        for (Mapping &mapping : m_mapped)
+            mapping.held = true;
+    }
     if (!m_natPmp || mappings() == 0) {
         delete m_natPmp;
         m_natPmp = nullptr;
@@ -200,8 +207,10 @@ void PortMapper::stop()
         QMetaObject::invokeMethod(this, &PortMapper::removed, Qt::QueuedConnection);
         return;
     }
-    // A renewal still under way is dropped: only the removals count from here.
+    // A renewal still under way is dropped: only the removals count from here. They go
+    // one after the other, and all must be done inside the exit's 3 s for the router.
     m_removing = mappings();
+    m_natPmp->setDeadlineMs(qMin(m_config.deadlineMs, RemovalsMs / m_removing));
     m_awaiting = 0;
     releaseHeld();
     setOutcome(Outcome::Idle);

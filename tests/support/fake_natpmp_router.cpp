@@ -79,6 +79,8 @@ QByteArray FakeNatPmpRouter::answer(const QByteArray &request)
             external = mappings.value(internal, quint16(suggested + externalShift));
             mappings.insert(internal, external);
         }
+        if (mode == Mode::MapSilently)
+            return {};
         if (result != 0 && mode == Mode::ShortRefusal)
             return header(opcode, result, epoch, 8);
         if (mode == Mode::OtherInternalPort)

@@ -22,6 +22,7 @@ public:
         FromOtherPort,   // a correct reply, forged from another port
         OtherInternalPort,  // a mapping reply for a port nobody asked
         ShortRefusal,    // refusals of 8 bytes, as the RFC allows
+        MapSilently,     // makes and removes mappings, but its mapping replies never come
     };
 
     explicit FakeNatPmpRouter(QObject *parent = nullptr);
