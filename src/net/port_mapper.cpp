@@ -1,6 +1,7 @@
 #include "port_mapper.h"
 
 #include "net/natpmp_client.h"
+#include "net/upnp_worker.h"
 
 #include <QTimer>
 
@@ -14,9 +15,16 @@ constexpr int RemovalsMs = 2500;
 PortMapper::PortMapper(QObject *parent)
     : QObject(parent)
     , m_renewTimer(new QTimer(this))
+    , m_deadline(new QTimer(this))
 {
     m_renewTimer->setSingleShot(true);
     connect(m_renewTimer, &QTimer::timeout, this, &PortMapper::renew);
+    // Whatever is still under way then, the player hears "no router" in time.
+    m_deadline->setSingleShot(true);
+    connect(m_deadline, &QTimer::timeout, this, [this] {
+        if (m_outcome == Outcome::Trying)
+            setOutcome(Outcome::NoRouter);
+    });
 }
 
 PortMapper::~PortMapper() = default;
@@ -44,29 +52,86 @@ void PortMapper::start(const Config &config)
     m_awaiting = 0;
     m_refusedPort = 0;
     m_external = 0;
+    m_protocol = Protocol::None;
+    m_openPlace.clear();
     delete m_natPmp;
     m_natPmp = nullptr;
     setOutcome(Outcome::Trying);
+    m_deadline->start(config.deadlineMs + 300);
 
     QHostAddress router = config.router;
     // A loopback host has no router to ask; tests name theirs explicitly.
     if (router.isNull() && !config.localAddress.isLoopback())
         router = defaultGateway(config.localAddress);
-    if (router.isNull()) {
+    m_natPmpFailed = !config.natPmp || router.isNull();
+    if (!m_natPmpFailed) {
+        m_natPmp = new NatPmpClient(router, config.natPmpPort, this);
+        m_natPmp->setDeadlineMs(config.deadlineMs);
+        connect(m_natPmp, &NatPmpClient::replied, this, &PortMapper::natPmpReplied);
+        connect(m_natPmp, &NatPmpClient::timedOut, this, &PortMapper::natPmpTimedOut);
+        connect(m_natPmp, &NatPmpClient::routerRestarted, this, [this] {
+            // Everything mapped is gone with the restart: ask again at once.
+            if (m_outcome == Outcome::Open && !m_removing)
+                renew();
+        });
+        m_natPmp->requestExternalAddress();
+    }
+    // SSDP multicasts on the local network: never from a loopback address, nor where no
+    // default route leads to a router at all.
+    m_upnpPending = config.upnp
+                    && (!config.upnpDescription.isEmpty() || (!config.localAddress.isLoopback() && !router.isNull()));
+    if (m_upnpPending)
+        upnpFind();
+    if (m_natPmpFailed && !m_upnpPending) {
         // Queued, so that whoever started us has connected and returned first.
         QMetaObject::invokeMethod(this, [this] { setOutcome(Outcome::NoRouter); }, Qt::QueuedConnection);
-        return;
     }
-    m_natPmp = new NatPmpClient(router, config.natPmpPort, this);
-    m_natPmp->setDeadlineMs(config.deadlineMs);
-    connect(m_natPmp, &NatPmpClient::replied, this, &PortMapper::natPmpReplied);
-    connect(m_natPmp, &NatPmpClient::timedOut, this, &PortMapper::natPmpTimedOut);
-    connect(m_natPmp, &NatPmpClient::routerRestarted, this, [this] {
-        // Everything mapped is gone with the restart: ask again at once.
-        if (m_outcome == Outcome::Open && !m_removing)
-            renew();
-    });
-    m_natPmp->requestExternalAddress();
+}
+
+void PortMapper::natPmpFailed()
+{
+    m_natPmpFailed = true;
+    if (m_outcome == Outcome::Trying && (m_protocol == Protocol::NatPmp || !m_upnpPending))
+        setOutcome(Outcome::NoRouter);
+}
+
+void PortMapper::classifyExternal()
+{
+    switch (classifyAddress(m_external, m_config.publicNets)) {
+    case AddressClass::Public:
+        if (m_protocol == Protocol::Upnp)
+            upnpMap();
+        else
+            requestMappings();
+        break;
+    case AddressClass::Shared:
+        setOutcome(Outcome::SharedAddress);
+        break;
+    case AddressClass::Private:
+        setOutcome(Outcome::DoubleNat);
+        break;
+    case AddressClass::Reserved:
+        setOutcome(Outcome::NotReachable);
+        break;
+    }
+}
+
+void PortMapper::allMapped()
+{
+    m_deadline->stop();
+    quint32 shortest = m_mapped.constFirst().lifetime;
+    for (const Mapping &held : std::as_const(m_mapped))
+        shortest = qMin(shortest, held.lifetime);
+    // A permanent mapping (lease 0) is still checked now and then: the router may restart.
+    if (shortest == 0)
+        shortest = m_config.leaseSeconds;
+    m_renewTimer->start(int(qMax<qint64>(MinRenewMs, qint64(shortest) * 500)));
+    const QString place = QStringLiteral("%1 %2 %3").arg(m_external).arg(externalMatchPort()).arg(externalProbePort());
+    const bool moved = m_outcome == Outcome::Open && place != m_openPlace;
+    m_openPlace = place;
+    setOutcome(Outcome::Open);
+    if (moved)
+        emit placeChanged();
 }
 
 int PortMapper::indexOfInternal(quint16 internalPort) const
@@ -86,26 +151,16 @@ void PortMapper::natPmpReplied(const NatPmp::Reply &reply)
     }
     if (m_outcome == Outcome::Idle)
         return;
+    if (m_protocol == Protocol::Upnp)
+        return;
     if (reply.opcode == NatPmp::OpExternalAddress) {
         if (reply.result != NatPmp::Success) {
-            setOutcome(Outcome::NoRouter);
+            natPmpFailed();
             return;
         }
+        m_protocol = Protocol::NatPmp;
         m_external = reply.externalAddress;
-        switch (classifyAddress(m_external, m_config.publicNets)) {
-        case AddressClass::Public:
-            requestMappings();
-            break;
-        case AddressClass::Shared:
-            setOutcome(Outcome::SharedAddress);
-            break;
-        case AddressClass::Private:
-            setOutcome(Outcome::DoubleNat);
-            break;
-        case AddressClass::Reserved:
-            setOutcome(Outcome::NotReachable);
-            break;
-        }
+        classifyExternal();
         return;
     }
     const int index = indexOfInternal(reply.internalPort);
@@ -135,20 +190,15 @@ void PortMapper::natPmpReplied(const NatPmp::Reply &reply)
     mapping.held = true;
     if (--m_awaiting > 0)
         return;
-    quint32 shortest = m_mapped.constFirst().lifetime;
-    for (const Mapping &held : std::as_const(m_mapped))
-        shortest = qMin(shortest, held.lifetime);
-    m_renewTimer->start(int(qMax<qint64>(MinRenewMs, qint64(shortest) * 500)));
-    const QString place = QStringLiteral("%1 %2 %3").arg(m_external).arg(externalMatchPort()).arg(externalProbePort());
-    const bool moved = m_outcome == Outcome::Open && place != m_openPlace;
-    m_openPlace = place;
-    setOutcome(Outcome::Open);
-    if (moved)
-        emit placeChanged();
+    allMapped();
 }
 
 void PortMapper::releaseHeld()
 {
+    if (m_protocol == Protocol::Upnp) {
+        upnpUnmap();
+        return;
+    }
     m_natPmp->cancelAll();
     for (Mapping &mapping : m_mapped) {
         if (!mapping.held)
@@ -171,7 +221,7 @@ void PortMapper::natPmpTimedOut(quint8 opcode, quint16 internalPort)
     if (m_outcome == Outcome::Open)
         m_renewTimer->start(RetryRenewMs);
     else if (m_outcome == Outcome::Trying)
-        setOutcome(Outcome::NoRouter);
+        natPmpFailed();
 }
 
 void PortMapper::requestMappings()
@@ -185,7 +235,14 @@ void PortMapper::requestMappings()
 
 void PortMapper::renew()
 {
-    if (!m_natPmp || m_removing)
+    if (m_removing)
+        return;
+    if (m_protocol == Protocol::Upnp) {
+        // Adding our own mapping again refreshes it, or makes it anew after a restart.
+        upnpMap();
+        return;
+    }
+    if (!m_natPmp)
         return;
     // The external address may have changed too (a new lease from the provider).
     m_natPmp->requestExternalAddress();
@@ -194,11 +251,20 @@ void PortMapper::renew()
 void PortMapper::stop()
 {
     m_renewTimer->stop();
+    m_deadline->stop();
     // Mappings asked for whose answer has not come may exist at the router all the same:
     // they are removed like those held (removing one that does not exist is harmless).
     if (m_awaiting > 0) {
         for (Mapping &mapping : m_mapped)
             mapping.held = true;
+    }
+    const bool upnpAsked = m_protocol == Protocol::Upnp && (mappings() > 0 || (m_upnp && m_upnp->busy()));
+    if (upnpAsked) {
+        m_removing = 1;  // one job removes them all
+        m_awaiting = 0;
+        upnpUnmap();
+        setOutcome(Outcome::Idle);
+        return;
     }
     if (!m_natPmp || mappings() == 0) {
         delete m_natPmp;

@@ -8,6 +8,7 @@
 #include <QObject>
 
 class NatPmpClient;
+class UpnpWorker;
 class QTimer;
 namespace NatPmp { struct Reply; }
 
@@ -48,6 +49,13 @@ public:
         // 0: no second try.
         quint16 highPortBase = 40000;
         QList<Ipv4Net> publicNets;
+        bool natPmp = true;
+        // UPnP-IGD beside NAT-PMP: whichever router answers first is the one used. With no
+        // description URL (labs and tests name one) the router is found through SSDP, which
+        // is never sent from a loopback address.
+        bool upnp = true;
+        QByteArray upnpDescription;
+        int upnpDiscoverMs = 1500;
     };
 
     explicit PortMapper(QObject *parent = nullptr);
@@ -79,6 +87,7 @@ signals:
     void removed();
 
 private:
+    enum class Protocol { None, NatPmp, Upnp };
     struct Mapping
     {
         quint16 internalPort = 0;
@@ -94,10 +103,22 @@ private:
     int indexOfInternal(quint16 internalPort) const;
     void removalDone();
     void releaseHeld();
+    void natPmpFailed();
+    void classifyExternal();
+    void allMapped();
+    // UPnP, in port_mapper_upnp.cpp.
+    void upnpFind();
+    void upnpMap();
+    void upnpUnmap();
 
     Config m_config;
     NatPmpClient *m_natPmp = nullptr;
+    UpnpWorker *m_upnp = nullptr;
+    Protocol m_protocol = Protocol::None;
+    bool m_natPmpFailed = false;
+    bool m_upnpPending = false;
     QTimer *m_renewTimer;
+    QTimer *m_deadline;
     Outcome m_outcome = Outcome::Idle;
     quint16 m_refusedPort = 0;
     quint32 m_external = 0;

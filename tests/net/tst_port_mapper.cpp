@@ -1,6 +1,7 @@
 #include "net/host_address.h"
 #include "net/port_mapper.h"
 
+#include "support/fake_igd.h"
 #include "support/fake_natpmp_router.h"
 
 #include <QElapsedTimer>
@@ -10,6 +11,7 @@
 using Mode = FakeNatPmpRouter::Mode;
 using Outcome = PortMapper::Outcome;
 Q_DECLARE_METATYPE(FakeNatPmpRouter::Mode)
+Q_DECLARE_METATYPE(FakeIgd::Mode)
 
 namespace {
 
@@ -41,6 +43,9 @@ class TstPortMapper : public QObject
 private slots:
     void outcome_data();
     void outcome();
+    void upnp_data();
+    void upnp();
+    void bothProtocolsMapOnce();
     void loopbackAsksNobody();
     void stopRemovesEveryMapping_data();
     void stopRemovesEveryMapping();
@@ -135,6 +140,121 @@ void TstPortMapper::outcome()
         QCOMPARE(mapper.externalProbePort(), localProbe);
         QCOMPARE(router.mappings.value(localMatch), localMatch);
     }
+}
+
+void TstPortMapper::upnp_data()
+{
+    QTest::addColumn<FakeIgd::Mode>("mode");
+    QTest::addColumn<QByteArray>("external");
+    QTest::addColumn<bool>("permanentOnly");
+    QTest::addColumn<quint16>("lowestAllowed");
+    QTest::addColumn<QByteArray>("otherHolds");  // a LAN machine's mapping of 41009
+    QTest::addColumn<quint16>("matchPort");
+    QTest::addColumn<quint16>("probePort");
+    QTest::addColumn<Outcome>("outcome");
+    QTest::addColumn<quint16>("refused");
+    QTest::addColumn<QList<quint16>>("mapped");  // ours at the router while open
+    QTest::addColumn<quint32>("lease");
+
+    using Igd = FakeIgd::Mode;
+    const QByteArray lab = "198.19.0.1";
+    const QList<quint16> high{41009, 40079};
+    QTest::newRow("open") << Igd::Answer << lab << false << quint16(0) << QByteArray() << quint16(41009)
+                          << quint16(40079) << Outcome::Open << quint16(0) << high << 3600u;
+    QTest::newRow("permanent only") << Igd::Answer << lab << true << quint16(0) << QByteArray() << quint16(41009)
+                                    << quint16(40079) << Outcome::Open << quint16(0) << high << 0u;
+    QTest::newRow("low ports refused: high stand-ins") << Igd::Answer << lab << false << quint16(1024) << QByteArray()
+                                                       << quint16(1009) << quint16(79) << Outcome::Open << quint16(0)
+                                                       << high << 3600u;
+    QTest::newRow("held by another machine") << Igd::Answer << lab << false << quint16(0) << QByteArray("198.18.0.9")
+                                             << quint16(41009) << quint16(40079) << Outcome::HeldByOther
+                                             << quint16(41009) << QList<quint16>{} << 0u;
+    QTest::newRow("CGNAT") << Igd::Answer << QByteArray("100.64.0.7") << false << quint16(0) << QByteArray()
+                           << quint16(41009) << quint16(40079) << Outcome::SharedAddress << quint16(0)
+                           << QList<quint16>{} << 0u;
+    QTest::newRow("garbage description") << Igd::GarbageDescription << lab << false << quint16(0) << QByteArray()
+                                         << quint16(41009) << quint16(40079) << Outcome::NoRouter << quint16(0)
+                                         << QList<quint16>{} << 0u;
+    QTest::newRow("malformed SOAP") << Igd::MalformedSoap << lab << false << quint16(0) << QByteArray()
+                                    << quint16(41009) << quint16(40079) << Outcome::NoRouter << quint16(0)
+                                    << QList<quint16>{} << 0u;
+}
+
+void TstPortMapper::upnp()
+{
+    QFETCH(FakeIgd::Mode, mode);
+    QFETCH(QByteArray, external);
+    QFETCH(bool, permanentOnly);
+    QFETCH(quint16, lowestAllowed);
+    QFETCH(QByteArray, otherHolds);
+    QFETCH(quint16, matchPort);
+    QFETCH(quint16, probePort);
+    QFETCH(Outcome, outcome);
+    QFETCH(quint16, refused);
+    QFETCH(QList<quint16>, mapped);
+    QFETCH(quint32, lease);
+
+    FakeIgd igd;
+    igd.mode = mode;
+    igd.externalAddress = external;
+    igd.permanentOnly = permanentOnly;
+    igd.lowestAllowed = lowestAllowed;
+    if (!otherHolds.isEmpty())
+        igd.mappings.insert(41009, {otherHolds, 41009, 0});
+    PortMapper::Config config;
+    config.localAddress = QHostAddress::LocalHost;
+    config.matchPort = matchPort;
+    config.probePort = probePort;
+    config.natPmp = false;
+    config.upnpDescription = igd.descriptionUrl();
+    config.publicNets = parseNetList(u"198.19.0.0/16");
+    PortMapper mapper;
+    QElapsedTimer clock;
+    clock.start();
+    mapper.start(config);
+    QTRY_VERIFY_WITH_TIMEOUT(mapper.outcome() != Outcome::Trying, 5000);
+    QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(mapper.outcome(), outcome);
+    QCOMPARE(mapper.refusedPort(), refused);
+    QList<quint16> ours;
+    for (auto it = igd.mappings.cbegin(); it != igd.mappings.cend(); ++it) {
+        if (it->client == "127.0.0.1") {
+            ours.append(it.key());
+            QCOMPARE(it->lease, lease);
+        }
+    }
+    std::sort(ours.begin(), ours.end(), std::greater<>());
+    QCOMPARE(ours, mapped);
+    if (outcome == Outcome::Open) {
+        QCOMPARE(mapper.localMatchPort(), mapped.at(0));
+        QCOMPARE(mapper.externalProbePort(), mapped.at(1));
+    }
+
+    QSignalSpy removed(&mapper, &PortMapper::removed);
+    mapper.stop();
+    QVERIFY(removed.wait(3000));
+    // Ours are gone; another machine's mapping is never touched.
+    QCOMPARE(igd.mappings.size(), otherHolds.isEmpty() ? 0 : 1);
+    if (!otherHolds.isEmpty())
+        QCOMPARE(igd.mappings.value(41009).client, otherHolds);
+}
+
+void TstPortMapper::bothProtocolsMapOnce()
+{
+    // A router that speaks both: one of them maps, the other is left alone.
+    FakeNatPmpRouter natPmp;
+    FakeIgd igd;
+    PortMapper::Config config = configFor(natPmp);
+    config.upnpDescription = igd.descriptionUrl();
+    PortMapper mapper;
+    mapper.start(config);
+    QTRY_COMPARE_WITH_TIMEOUT(mapper.outcome(), Outcome::Open, 3000);
+    QTest::qWait(300);
+    QCOMPARE(natPmp.mappings.size() + igd.mappings.size(), 2);
+    QSignalSpy removed(&mapper, &PortMapper::removed);
+    mapper.stop();
+    QVERIFY(removed.wait(3000));
+    QCOMPARE(natPmp.mappings.size() + igd.mappings.size(), 0);
 }
 
 void TstPortMapper::loopbackAsksNobody()
