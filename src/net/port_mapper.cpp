@@ -54,6 +54,10 @@ void PortMapper::start(const Config &config)
     m_external = 0;
     m_protocol = Protocol::None;
     m_openPlace.clear();
+    // A host opened again right after closing: the same ports are asked for anew, so the
+    // removals still under way are dropped, and so are the old answers.
+    m_removing = 0;
+    ++m_generation;
     delete m_natPmp;
     m_natPmp = nullptr;
     setOutcome(Outcome::Trying);

@@ -124,7 +124,8 @@ private:
     quint32 m_external = 0;
     QList<Mapping> m_mapped;  // [0] match port, [1] probe port
     int m_removing = 0;
-    int m_awaiting = 0;  // mapping replies still to come in this round
+    int m_awaiting = 0;
+    int m_generation = 0;  // one per start(): UPnP answers of an earlier one are dropped  // mapping replies still to come in this round
     QString m_openPlace;
 };
 

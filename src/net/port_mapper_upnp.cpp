@@ -58,7 +58,9 @@ void PortMapper::upnpFind()
             if (found)
                 *result = gateway.externalAddress(external.get());
         },
-        [this, external, result] {
+        [this, external, result, generation = m_generation] {
+            if (generation != m_generation)
+                return;
             m_upnpPending = false;
             if (m_outcome != Outcome::Trying || m_protocol == Protocol::NatPmp)
                 return;
@@ -115,7 +117,9 @@ void PortMapper::upnpMap()
                 r.leases.clear();
             }
         },
-        [this, round] {
+        [this, round, generation = m_generation] {
+            if (generation != m_generation)
+                return;
             m_awaiting = 0;
             if (m_outcome != Outcome::Trying && m_outcome != Outcome::Open) {
                 // Stopped, or given up, meanwhile: what this round made goes again.
@@ -167,8 +171,8 @@ void PortMapper::upnpUnmap()
                     gateway.deleteMapping(port);
             }
         },
-        [this] {
-            if (m_removing)
+        [this, generation = m_generation] {
+            if (generation == m_generation && m_removing)
                 removalDone();
         });
 }
