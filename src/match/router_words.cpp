@@ -16,7 +16,8 @@ QString tr(const char *text)
 
 QString routerSentence(const PortMapper &mapper, quint16 standardMatchPort)
 {
-    const QString outside = tr("pemain dari internet tidak dapat bergabung, hanya pemain di jaringan ini.");
+    // Short enough for the status line; players on this network can still join.
+    const QString outside = tr("tidak terbuka ke internet.");
     switch (mapper.outcome()) {
     case PortMapper::Outcome::Idle:
         return {};
@@ -33,11 +34,11 @@ QString routerSentence(const PortMapper &mapper, quint16 standardMatchPort)
     case PortMapper::Outcome::Refused:
         return tr("Router menolak membuka port %1: ").arg(mapper.refusedPort()) + outside;
     case PortMapper::Outcome::HeldByOther:
-        return tr("Port %1 di router sudah dipakai komputer lain di jaringan ini: ")
+        return tr("Port %1 di router dipakai komputer lain di jaringan ini: ")
                    .arg(mapper.refusedPort())
                + outside;
     case PortMapper::Outcome::SharedAddress:
-        return tr("Penyedia internet Anda memakai satu alamat untuk banyak pelanggan (CGNAT): ") + outside;
+        return tr("Penyedia internet berbagi satu alamat dengan banyak pelanggan (CGNAT): ") + outside;
     case PortMapper::Outcome::DoubleNat:
         return tr("Ada dua router berurutan (NAT ganda): ") + outside;
     case PortMapper::Outcome::NotReachable:
