@@ -9,6 +9,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev libgl-dev
   libfluidsynth-dev timgm6mb-soundfont fluidsynth
   python3 python3-pyftpdlib
+  libminiupnpc-dev
   xvfb xauth imagemagick
 )
 for extra in "$@"; do

@@ -7,6 +7,7 @@
 #include "platform/screen_font.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QIcon>
 
 #include <cstdio>
@@ -42,6 +43,10 @@ int main(int argc, char *argv[])
     const int status = app.exec();
     // A host that closed has just started withdrawing its registry entry (or waits for its
     // upload to end first): let it finish.
+    // Its router mappings go meanwhile; the router answers within 3 s or not at all.
+    QElapsedTimer exitWait;
+    exitWait.start();
     FtpTransfer::waitForPending(Screens::ExitWaitMs);
+    screens.waitForRouter(int(qMax<qint64>(0, qMin<qint64>(3000, Screens::ExitWaitMs - exitWait.elapsed()))));
     return status;
 }

@@ -283,3 +283,8 @@ void LobbyScreen::lstRemoteFile_Click()
     if (QListWidgetItem *item = lstRemoteFile->currentItem())
         STE->setText(item->text());
 }
+
+bool LobbyScreen::listenForProbesAlso(quint16 port)
+{
+    return Hear->listenAlso(port);
+}

@@ -34,6 +34,8 @@ public:
     // Sets `ID` to the address and withdraws it, without the busy test (the host match
     // screen closing).
     void withdrawHost(const QString &address);
+    // The probe responder listens on this port too (a router's high stand-in).
+    bool listenForProbesAlso(quint16 port);
 
     // `Publish` and `Withdraw` of the registry, carried by `ID`: the address is put into
     // `ID` first (a no-op when it came from there).

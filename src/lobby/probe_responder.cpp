@@ -18,8 +18,10 @@ QString plainAddress(const QHostAddress &address)
 ProbeResponder::ProbeResponder(QObject *parent)
     : QObject(parent)
     , m_server(this)
+    , m_also(this)
 {
     connect(&m_server, &QTcpServer::newConnection, this, &ProbeResponder::Hear_ConnectionRequest);
+    connect(&m_also, &QTcpServer::newConnection, this, &ProbeResponder::Hear_ConnectionRequest);
 }
 
 bool ProbeResponder::listen(quint16 port)
@@ -29,6 +31,27 @@ bool ProbeResponder::listen(quint16 port)
     return m_server.listen(QHostAddress::Any, port);
 }
 
+bool ProbeResponder::listenAlso(quint16 port)
+{
+    m_alsoPort = port;
+    if (m_peer)
+        return true;  // listens again, on both, once the peer is served
+    return m_also.isListening() || m_also.listen(QHostAddress::Any, port);
+}
+
+void ProbeResponder::listenAgain()
+{
+    m_server.listen(QHostAddress::Any, m_port);
+    if (m_alsoPort != 0)
+        m_also.listen(QHostAddress::Any, m_alsoPort);
+}
+
+QTcpSocket *ProbeResponder::nextPending()
+{
+    QTcpSocket *socket = m_server.nextPendingConnection();
+    return socket ? socket : m_also.nextPendingConnection();
+}
+
 bool ProbeResponder::isServing() const
 {
     return m_peer && m_peer->state() == QAbstractSocket::ConnectedState;
@@ -36,16 +59,17 @@ bool ProbeResponder::isServing() const
 
 void ProbeResponder::Hear_ConnectionRequest()
 {
-    QTcpSocket *socket = m_server.nextPendingConnection();
+    QTcpSocket *socket = nextPending();
     // One peer at a time: stop listening, and turn away anyone who came in with it.
     m_server.close();
-    while (QTcpSocket *other = m_server.nextPendingConnection()) {
+    m_also.close();
+    while (QTcpSocket *other = nextPending()) {
         other->abort();
         other->deleteLater();
     }
     dropPeer();
     if (!socket) {
-        m_server.listen(QHostAddress::Any, m_port);
+        listenAgain();
         return;
     }
     m_peer = socket;
@@ -84,7 +108,7 @@ void ProbeResponder::Hear_Close()
     if (!m_peer || m_peerSpoke)
         return;  // a peer that spoke leaves the responder as its words did
     dropPeer();
-    m_server.listen(QHostAddress::Any, m_port);
+    listenAgain();
 }
 
 void ProbeResponder::dropPeer()
@@ -110,5 +134,5 @@ void ProbeResponder::closeAndListen()
         if (socket->state() == QAbstractSocket::UnconnectedState)
             socket->deleteLater();
     }
-    m_server.listen(QHostAddress::Any, m_port);
+    listenAgain();
 }

@@ -27,6 +27,9 @@ public:
     // Listens on every address at `port`; false if the port cannot be had.
     bool listen(quint16 port);
     bool isListening() const { return m_server.isListening(); }
+    // Listens on a second port as well (the high local port a home router maps when it
+    // refuses the probe port itself); both follow the same one-peer-at-a-time rule.
+    bool listenAlso(quint16 port);
     // A peer is connected and being served.
     bool isServing() const;
     // Arrivals handled so far, whatever their text.
@@ -41,8 +44,12 @@ private:
     void Hear_Close();
     void dropPeer();
     void closeAndListen();
+    void listenAgain();
+    QTcpSocket *nextPending();
 
     QTcpServer m_server;  // a child, so that unloading the screen finds and closes it
+    QTcpServer m_also;
+    quint16 m_alsoPort = 0;
     QPointer<QTcpSocket> m_peer;
     bool m_peerSpoke = false;  // the peer has sent at least one byte
     quint16 m_port = 0;

@@ -1,5 +1,6 @@
 #include "probe_sender.h"
 
+#include "net/host_address.h"
 #include "platform/socket_options.h"
 
 #include <QElapsedTimer>
@@ -54,10 +55,11 @@ void ProbeSender::pass(const QString &address)
 {
     ++m_begun;
     m_socket->abort();
-    const QHostAddress host(address);
-    if (host.isNull())
+    // An entry "a.b.c.d_M_P" names the probe port its router maps; a plain one the standard.
+    const HostAddress entry = HostAddress::parse(address, 0, m_port);
+    if (!entry.isValid())
         return;  // no address: the request fails and the pass ends
-    m_socket->connectToHost(host, m_port);
+    m_socket->connectToHost(QHostAddress(entry.ipv4()), entry.probePort());
     // Should the peer's side complete the handshake before the close below, the close
     // resets it: the peer sees a connection that went away without a word, not an orderly
     // visitor.

@@ -12,8 +12,8 @@ class QTcpSocket;
 // completed it already). So a pass never delivers a byte, and no responder, this machine's
 // own included, is taken out of service by being probed.
 //
-// Only literal IP addresses are probed: registry entries are addresses, and a name that is
-// none (a typed "[Nomor IP]", the empty pass past the last entry) fails at once instead of
+// Only literal IP addresses (strictly dotted, see HostAddress) are probed: registry entries
+// are addresses, and a name that is none (a typed "[Nomor IP]", the empty pass past the last entry) fails at once instead of
 // going out as a name lookup. Passes run in short bursts, one per turn of the event loop, so
 // a long list never holds up the screen.
 class ProbeSender : public QObject
@@ -26,7 +26,8 @@ public:
 
     explicit ProbeSender(QObject *parent = nullptr);
 
-    // Queues one pass per address, in order. Passes of an earlier call that have not run
+    // Queues one pass per address, in order, to `port`, or to the probe port that a registry
+    // name "a.b.c.d_M_P" carries. Passes of an earlier call that have not run
     // yet are dropped: the lobby's newer list holds all of the older one.
     void probe(const QStringList &addresses, quint16 port);
     // Passes still to run.

@@ -2,6 +2,7 @@
 
 #include "match/clipped_label.h"
 #include "match/match_socket.h"
+#include "match/router_words.h"
 #include "match/scoreboard.h"
 #include "model/match_model.h"
 #include "platform/settings.h"
@@ -63,6 +64,16 @@ void HostScreen::unloadSteps()
     if (!m_published.isEmpty())
         emit closing(m_published);
     m_published.clear();
+}
+
+void HostScreen::showRouter(const PortMapper &mapper)
+{
+    showStatus(routerSentence(mapper, Settings::matchPort()));
+}
+
+bool HostScreen::listenAlso(quint16 port)
+{
+    return m_data->listenAlso(port);
 }
 
 void HostScreen::data_ConnectionRequest()

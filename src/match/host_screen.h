@@ -2,6 +2,7 @@
 
 #include "match/match_screen.h"
 
+class PortMapper;
 class QPushButton;
 
 // The match screen `host` of the player who offers a game: it listens on the match port,
@@ -13,6 +14,11 @@ class HostScreen : public MatchScreen
 public:
     explicit HostScreen(QWidget *parent = nullptr);
     ~HostScreen() override;
+
+    // What the home router holds for this host, in words on the status line.
+    void showRouter(const PortMapper &mapper);
+    // The high local ports a router maps when it refuses the match port itself.
+    bool listenAlso(quint16 port);
 
 signals:
     // Load: the lobby reloads and publishes this address.

@@ -4,6 +4,7 @@
 #include "match/match_socket.h"
 #include "match/scoreboard.h"
 #include "model/match_model.h"
+#include "net/host_address.h"
 #include "platform/settings.h"
 
 #include <QLabel>
@@ -65,7 +66,14 @@ void JoinScreen::connectToHost()
         return;
     m_connectAfterShow->deleteLater();
     m_connectAfterShow = nullptr;
-    m_data->connectToHost(m_hostAddress, Settings::matchPort());
+    // "a.b.c.d:port" and a registry name "a.b.c.d_M_P" carry the match port; anything that
+    // is not an address (a host name) goes to the socket as typed, on the standard port.
+    const QString typed = m_hostAddress.trimmed();
+    const HostAddress host = HostAddress::parse(typed, Settings::matchPort(), Settings::probePort());
+    if (host.isValid())
+        m_data->connectToHost(host.address(), host.matchPort());
+    else
+        m_data->connectToHost(m_hostAddress, Settings::matchPort());
 }
 
 void JoinScreen::data_Error(const QString &sentence)

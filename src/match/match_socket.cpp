@@ -89,24 +89,53 @@ bool MatchSocket::listen(quint16 port)
     return false;
 }
 
+bool MatchSocket::listenAlso(quint16 port)
+{
+    // Only while still waiting for the joiner: accepting one ends the listening for good.
+    if (!isListening())
+        return false;
+    if (!m_also) {
+        m_also = new QTcpServer(this);
+        m_also->setMaxPendingConnections(1);
+        connect(m_also, &QTcpServer::newConnection, this, &MatchSocket::connectionRequest);
+    }
+    return m_also->isListening() || m_also->listen(QHostAddress::Any, port);
+}
+
+QTcpSocket *MatchSocket::nextPending()
+{
+    QTcpSocket *socket = m_server ? m_server->nextPendingConnection() : nullptr;
+    if (!socket && m_also)
+        socket = m_also->nextPendingConnection();
+    return socket;
+}
+
+void MatchSocket::stopListening()
+{
+    if (m_server)
+        m_server->close();
+    if (m_also)
+        m_also->close();
+}
+
 bool MatchSocket::accept()
 {
     if (!m_server)
         return false;
-    QTcpSocket *socket = m_server->nextPendingConnection();
+    QTcpSocket *socket = nextPending();
     // One that came and went before we got to it is no joiner: keep waiting for a real one.
     while (socket && socket->state() != QAbstractSocket::ConnectedState) {
         socket->deleteLater();
-        socket = m_server->nextPendingConnection();
+        socket = nextPending();
     }
     if (!socket)
         return false;
     // Anyone else who got in before the listening ended is turned away.
-    while (QTcpSocket *extra = m_server->nextPendingConnection()) {
+    while (QTcpSocket *extra = nextPending()) {
         extra->abort();
         extra->deleteLater();
     }
-    m_server->close();
+    stopListening();
     dropPeer();
     adopt(socket);
     return true;
@@ -144,8 +173,7 @@ void MatchSocket::close()
     ++m_attempt;
     m_connectTimer->stop();
     dropPeer();
-    if (m_server)
-        m_server->close();
+    stopListening();
 }
 
 bool MatchSocket::send(const QString &message)

@@ -26,6 +26,9 @@ public:
     // so no second joiner can ever arrive. False, still listening, when the peer has
     // already gone again.
     bool accept();
+    // Host: listen on a second port as well (the high local port that a home router maps
+    // when it refuses the match port itself); the first joiner on either is the one.
+    bool listenAlso(quint16 port);
 
     // Joiner: start connecting; the outcome arrives as connected() or failed().
     void connectToHost(const QString &address, quint16 port);
@@ -61,8 +64,11 @@ private:
     void dropPeer();
     void onError();
     void fail(const QString &message);
+    QTcpSocket *nextPending();
+    void stopListening();
 
     QTcpServer *m_server = nullptr;
+    QTcpServer *m_also = nullptr;
     QPointer<QTcpSocket> m_peer;
     QTimer *m_connectTimer = nullptr;
     QString m_remote;

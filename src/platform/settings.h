@@ -41,6 +41,8 @@ public:
     static RegistryAddress registry();
     static QString playerName();
     static bool soundEnabled();
+    // Whether a host asks the home router to open its ports (router/map_ports, on by
+    // default); DORVALA_MAP_PORTS=0 turns it off for one run.
     static bool mapPorts();
     // DORVALA_COMPUTER_DELAY, else computer/delay_ms, else -1 (the computer's own pause).
     static int computerDelayMs();

@@ -10,10 +10,17 @@
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
+#include "net/address_class.h"
+#include "net/host_address.h"
+#include "net/port_mapper.h"
 #include "platform/settings.h"
 
 #include <QAbstractSocket>
 #include <QApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QHostAddress>
+#include <QTimer>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QSignalBlocker>
@@ -37,7 +44,10 @@ void releaseSockets(QWidget *screen)
 
 Screens::Screens(QObject *parent)
     : QObject(parent)
+    , m_mapper(new PortMapper(this))
 {
+    connect(m_mapper, &PortMapper::outcomeChanged, this, &Screens::host_RouterKnown);
+    connect(m_mapper, &PortMapper::placeChanged, this, &Screens::host_RouterKnown);
 }
 
 Screens::~Screens()
@@ -179,13 +189,98 @@ void Screens::host_Opened(const QString &localAddress)
     LobbyScreen *lobby = reloadLobby();
     lobby->show();
     lobby->hide();
-    lobby->publishHost(localAddress);
+    m_hostLocal = localAddress;
+    m_hostEntry.clear();
+
+    // A loopback host (tests, the demo) has no router to ask, and the player may have
+    // switched asking off.
+    const QHostAddress local(localAddress);
+    // Test labs name the router to ask, "a.b.c.d:port" (its NAT-PMP port).
+    const HostAddress named = HostAddress::parse(qEnvironmentVariable("DORVALA_ROUTER"), 5351, 0);
+    if (!Settings::mapPorts() || local.protocol() != QAbstractSocket::IPv4Protocol
+        || (local.isLoopback() && !named.isValid())) {
+        publishHostEntry(localAddress);
+        return;
+    }
+    // The entry waits for the router's answer (3 s at most): an address that nobody can
+    // reach is never published as reachable.
+    PortMapper::Config config;
+    config.localAddress = local;
+    config.matchPort = Settings::matchPort();
+    config.probePort = Settings::probePort();
+    config.publicNets = publicNetsFromEnvironment();
+    if (named.isValid()) {
+        config.router = QHostAddress(named.ipv4());
+        config.natPmpPort = named.matchPort();
+    }
+    m_mapper->start(config);
+    if (m_host)
+        m_host->showRouter(*m_mapper);
+}
+
+void Screens::host_RouterKnown()
+{
+    if (!m_host || m_hostLocal.isEmpty())
+        return;
+    m_host->showRouter(*m_mapper);
+    const PortMapper::Outcome outcome = m_mapper->outcome();
+    if (outcome == PortMapper::Outcome::Trying || outcome == PortMapper::Outcome::Idle)
+        return;
+    if (outcome == PortMapper::Outcome::Open) {
+        // A router that refused the standard ports maps high stand-ins: listen there too.
+        bool listening = true;
+        if (m_mapper->localMatchPort() != Settings::matchPort())
+            listening = m_host->listenAlso(m_mapper->localMatchPort());
+        if (m_mapper->localProbePort() != Settings::probePort())
+            listening = WOL()->listenForProbesAlso(m_mapper->localProbePort()) && listening;
+        if (listening) {
+            const HostAddress open = HostAddress::make(m_mapper->externalAddress(), m_mapper->externalMatchPort(),
+                                                       m_mapper->externalProbePort());
+            publishHostEntry(open.registryName(Settings::matchPort(), Settings::probePort()));
+            return;
+        }
+    }
+    publishHostEntry(m_hostLocal);
+}
+
+void Screens::publishHostEntry(const QString &name)
+{
+    if (name == m_hostEntry)
+        return;
+    // The host moved (the router restarted and gave other ports): the old name goes.
+    if (!m_hostEntry.isEmpty())
+        WOL()->withdrawHost(m_hostEntry);
+    m_hostEntry = name;
+    WOL()->publishHost(name);
 }
 
 void Screens::host_Closing(const QString &localAddress)
 {
-    if (!m_ending)
-        WOL()->withdrawHost(localAddress);
+    Q_UNUSED(localAddress);
+    // What was published goes (nothing, while the router's answer was still awaited), and
+    // so do the router's mappings.
+    const QString entry = m_hostEntry;
+    m_hostEntry.clear();
+    m_hostLocal.clear();
+    if (m_ending)
+        return;
+    m_mapper->stop();
+    if (!entry.isEmpty())
+        WOL()->withdrawHost(entry);
+}
+
+void Screens::waitForRouter(int ms)
+{
+    const QDeadlineTimer deadline(qMax(0, ms));
+    while (m_mapper->removing() && !deadline.hasExpired()) {
+        QEventLoop loop;
+        QTimer timeout;
+        timeout.setSingleShot(true);
+        connect(&timeout, &QTimer::timeout, &loop, &QEventLoop::quit);
+        connect(m_mapper, &PortMapper::removed, &loop, &QEventLoop::quit);
+        timeout.start(int(qMin<qint64>(deadline.remainingTime(), 50)));
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
 }
 
 QList<QWidget *> Screens::loadedScreens() const

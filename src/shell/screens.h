@@ -17,6 +17,7 @@ class MatchScreen;
 class LobbyScreen;
 class LoginScreen;
 class SettingsScreen;
+class PortMapper;
 class TitleScreen;
 class QWidget;
 
@@ -83,6 +84,10 @@ public:
     void startHost(const QString &name, QPoint position, bool place);
     void startJoin(const QString &name, QPoint position, bool place);
 
+    // After the event loop: waits, within `ms`, for the router to answer the removal of a
+    // closed host's port mappings.
+    void waitForRouter(int ms);
+
     // The critical-stop message box, shown without waiting for the player's answer;
     // afterOk runs once it is answered. Tests replace it to read what would be shown.
     static void showInternetError(QWidget *parent, std::function<void()> afterOk = {});
@@ -104,10 +109,18 @@ private:
     void host_Opened(const QString &localAddress);
     void host_Closing(const QString &localAddress);
     void settings_Saved();
+    void host_RouterKnown();
+    void publishHostEntry(const QString &name);
 
     bool m_ending = false;
     bool m_quitting = false;
     bool m_loginOpening = false;  // openLogin waits for the lobby's listing
+
+    // The host's port mappings on the home router, and the registry name it is published
+    // under: its local address, or the router's external address (with ports) once open.
+    PortMapper *m_mapper;
+    QString m_hostEntry;
+    QString m_hostLocal;
 
     QPointer<TitleScreen> m_openi;
     QPointer<LoginScreen> m_login;

@@ -174,6 +174,44 @@ private slots:
         QCOMPARE(bytes, qint64(0));
     }
 
+    void probeGoesToTheEntrysProbePort()
+    {
+        // A registry name "a.b.c.d_M_P" is probed on P, a plain one on the standard port.
+        QTcpServer standard;
+        QTcpServer mapped;
+        QVERIFY(standard.listen(QHostAddress::LocalHost, 0));
+        QVERIFY(mapped.listen(QHostAddress::LocalHost, 0));
+        int toStandard = 0;
+        int toMapped = 0;
+        connect(&standard, &QTcpServer::newConnection, this, [&] { ++toStandard; });
+        connect(&mapped, &QTcpServer::newConnection, this, [&] { ++toMapped; });
+        const QString entry = QStringLiteral("127.0.0.1_1009_%1").arg(mapped.serverPort());
+        ProbeSender pingSy;
+        QSignalSpy finished(&pingSy, &ProbeSender::finished);
+        pingSy.probe(QStringList(20, entry), standard.serverPort());
+        QVERIFY(finished.wait(Patience));
+        QTRY_VERIFY(toMapped > 0);
+        pingSy.probe(QStringList(20, QStringLiteral("127.0.0.1")), standard.serverPort());
+        QVERIFY(finished.wait(Patience));
+        QTRY_VERIFY(toStandard > 0);
+        const int mappedBefore = toMapped;
+        QTest::qWait(100);
+        QCOMPARE(toMapped, mappedBefore);
+    }
+
+    void responderAnswersOnBothPorts()
+    {
+        // A router's high stand-in for the probe port serves like the probe port itself.
+        ProbeResponder hear;
+        const quint16 port = listenOnFreePort(hear);
+        const quint16 also = MatchEnv::freePort();
+        QVERIFY(port != 0 && also != 0);
+        QVERIFY(hear.listenAlso(also));
+        QCOMPARE(answerToPing(also, 10000), QByteArray("pong"));
+        QCOMPARE(answerToPing(port, 10000), QByteArray("pong"));
+        QCOMPARE(answerToPing(also, 10000), QByteArray("pong"));
+    }
+
     void probedResponderStillAnswers()
     {
         // This machine's own responder among the probed addresses, as when a host lists itself.

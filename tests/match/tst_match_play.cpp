@@ -23,6 +23,27 @@ class TestMatchPlay : public QObject
     Q_OBJECT
 
 private slots:
+    void joinAddressForms_data()
+    {
+        QTest::addColumn<QString>("form");  // %1: the host's port
+        QTest::newRow("address:port") << "127.0.0.1:%1";
+        QTest::newRow("registry name with ports") << "127.0.0.1_%1_79";
+        QTest::newRow("blanks around") << "  127.0.0.1:%1 ";
+    }
+
+    void joinAddressForms()
+    {
+        QFETCH(QString, form);
+        MatchFixture match;
+        QVERIFY(match.env.isValid());
+        match.openHost(QStringLiteral("Ani"));
+        // The standard port now leads nowhere: only the port in the address can reach Ani.
+        // (Each fixture sets its own port again.)
+        qputenv("DORVALA_MATCH_PORT", QByteArray::number(MatchEnv::freePort()));
+        match.openJoin(QStringLiteral("Budi"), form.arg(match.env.port()));
+        QTRY_COMPARE_WITH_TIMEOUT(MatchFixture::text(match.host.get(), "Xname"), QStringLiteral("Budi"), 15000);
+    }
+
     void hostOpening()
     {
         F f;

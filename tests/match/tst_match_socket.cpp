@@ -6,6 +6,7 @@
 #include <QHostAddress>
 #include <QSignalSpy>
 #include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
 
 class TestMatchSocket : public QObject
@@ -56,6 +57,29 @@ private slots:
         QVERIFY(!socket.isListening());
         squatter.close();
         QVERIFY(socket.listen(MatchEnv::freePort()));
+    }
+
+    void secondPortEndsWithTheFirst()
+    {
+        // A joiner through the router's high stand-in port is the one joiner: afterwards
+        // neither port takes anybody.
+        MatchSocket host;
+        const quint16 port = MatchEnv::freePort();
+        const quint16 also = MatchEnv::freePort();
+        QVERIFY(host.listen(port));
+        QVERIFY(host.listenAlso(also));
+        QSignalSpy request(&host, &MatchSocket::connectionRequest);
+        QTcpSocket joiner;
+        joiner.connectToHost(QHostAddress::LocalHost, also);
+        QVERIFY(request.wait());
+        QVERIFY(host.accept());
+        QVERIFY(!host.isListening());
+        QVERIFY(!host.listenAlso(also));
+        for (quint16 closed : {port, also}) {
+            QTcpSocket late;
+            late.connectToHost(QHostAddress::LocalHost, closed);
+            QVERIFY(!late.waitForConnected(2000));
+        }
     }
 
     void acceptEndsListeningForGood()

@@ -1,0 +1,50 @@
+#include "router_words.h"
+
+#include "net/host_address.h"
+#include "net/port_mapper.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("RouterWords", text);
+}
+
+} // namespace
+
+QString routerSentence(const PortMapper &mapper, quint16 standardMatchPort)
+{
+    // Short enough for the status line; players on this network can still join.
+    const QString outside = tr("tidak terbuka ke internet.");
+    switch (mapper.outcome()) {
+    case PortMapper::Outcome::Idle:
+        return {};
+    case PortMapper::Outcome::Trying:
+        return tr("Membuka port di router...");
+    case PortMapper::Outcome::Open: {
+        QString place = HostAddress::formatIpv4(mapper.externalAddress());
+        if (mapper.externalMatchPort() != standardMatchPort)
+            place += u':' + QString::number(mapper.externalMatchPort());
+        return tr("Terbuka ke internet di %1").arg(place);
+    }
+    case PortMapper::Outcome::NoRouter:
+        return tr("Tidak ada router yang menjawab: ") + outside;
+    case PortMapper::Outcome::Refused:
+        return tr("Router menolak membuka port %1: ").arg(mapper.refusedPort()) + outside;
+    case PortMapper::Outcome::HeldByOther:
+        return tr("Port %1 di router dipakai komputer lain di jaringan ini: ")
+                   .arg(mapper.refusedPort())
+               + outside;
+    case PortMapper::Outcome::SharedAddress:
+        return tr("Penyedia internet berbagi satu alamat dengan banyak pelanggan (CGNAT): ") + outside;
+    case PortMapper::Outcome::DoubleNat:
+        return tr("Ada dua router berurutan (NAT ganda): ") + outside;
+    case PortMapper::Outcome::NotReachable:
+        return tr("Alamat router di internet (%1) tidak dapat dijangkau: ")
+                   .arg(HostAddress::formatIpv4(mapper.externalAddress()))
+               + outside;
+    }
+    return {};
+}
