@@ -35,7 +35,7 @@ quint16 LanAnnouncement::port()
 {
     bool ok = false;
     const uint value = qEnvironmentVariable("DORVALA_LAN_PORT").toUInt(&ok);
-    return ok && value > 0 && value <= 0xffff ? quint16(value) : DefaultPort;
+    return ok && value <= 0xffff ? quint16(value) : DefaultPort;
 }
 
 QByteArray LanAnnouncement::encode() const

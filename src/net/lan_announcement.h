@@ -27,7 +27,8 @@ struct LanAnnouncement
     static constexpr int HeaderBytes = 15;
     static constexpr int MaxNameBytes = 48;
     static constexpr int MaxBytes = HeaderBytes + MaxNameBytes;
-    // The UDP port every program listens on; DORVALA_LAN_PORT moves it (tests, labs).
+    // The UDP port every program listens on; DORVALA_LAN_PORT moves it (tests, labs), and
+    // DORVALA_LAN_PORT=0 turns the LAN off: nothing is announced or heard (0 is returned).
     static constexpr quint16 DefaultPort = 41009;
     static quint16 port();
 

@@ -62,6 +62,8 @@ void LanAnnouncer::start(const QString &localAddress, quint16 matchPort, quint16
                          const QString &name)
 {
     stop();
+    if (m_port == 0)
+        return;  // the LAN is turned off
     const QHostAddress local(localAddress);
     m_destination = destinationFor(local, local.isLoopback() ? QList<QNetworkAddressEntry>()
                                                              : entriesOfThisMachine());

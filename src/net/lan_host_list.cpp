@@ -44,6 +44,8 @@ LanHostList::LanHostList(QObject *parent)
 
 bool LanHostList::listen(quint16 port)
 {
+    if (port == 0)
+        return false;  // the LAN is turned off
     if (m_socket)
         return m_socket->state() == QAbstractSocket::BoundState;
     m_socket = new QUdpSocket(this);

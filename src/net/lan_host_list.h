@@ -44,7 +44,7 @@ public:
 
     explicit LanHostList(QObject *parent = nullptr);
 
-    // False when the port cannot be had; the list then simply stays empty.
+    // False when the port cannot be had (or is 0); the list then simply stays empty.
     bool listen(quint16 port);
     // In the order first heard.
     const QList<LanHost> &hosts() const { return m_hosts; }

@@ -9,6 +9,8 @@
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
+#include "net/lan_announcer.h"
+#include "platform/settings.h"
 
 #include <QAbstractSocket>
 #include <QApplication>
@@ -35,6 +37,7 @@ void releaseSockets(QWidget *screen)
 
 Screens::Screens(QObject *parent)
     : QObject(parent)
+    , m_announcer(new LanAnnouncer(this))
 {
 }
 
@@ -150,10 +153,13 @@ void Screens::host_Opened(const QString &localAddress)
     lobby->show();
     lobby->hide();
     lobby->publishHost(localAddress);
+    // The name follows from startHost, once the screen has it.
+    m_announcer->start(localAddress, Settings::matchPort(), Settings::probePort(), QString());
 }
 
 void Screens::host_Closing(const QString &localAddress)
 {
+    m_announcer->stop();
     if (!m_ending)
         WOL()->withdrawHost(localAddress);
 }
@@ -314,6 +320,7 @@ void Screens::startHost(const QString &name, QPoint position, bool place)
     if (place)
         screen->move(position);
     screen->setOwnName(name);
+    m_announcer->setName(name);
     screen->show();
 }
 

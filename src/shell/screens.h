@@ -13,6 +13,7 @@ class AdvertScreen;
 class ChatHistory;
 class HostScreen;
 class JoinScreen;
+class LanAnnouncer;
 class MatchScreen;
 class LobbyScreen;
 class LoginScreen;
@@ -108,4 +109,6 @@ private:
     QPointer<HostScreen> m_host;
     QPointer<JoinScreen> m_join;
     QPointer<ChatHistory> m_ch;
+    // Announces the open host screen on the LAN; outlives every screen.
+    LanAnnouncer *m_announcer;
 };
