@@ -15,9 +15,12 @@ import sys
 import tempfile
 import time
 
-from lan_cases import CASES
+from lan_cases import CASES as REGISTRY_CASES
+from lan_discovery import CASES as DISCOVERY_CASES
 from lan_net import remove_stale, stage_program
 from dorvala_drive import Outcome
+
+CASES = REGISTRY_CASES + DISCOVERY_CASES
 
 
 class Context:
