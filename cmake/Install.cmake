@@ -36,6 +36,10 @@ dorvala_install_link(../../bin/dorvala-registry ${DORVALA_INSTALL_DIR}/registry.
 install(FILES ${DORVALA_PACKAGING_DIR}/dorvala-registry.service
         DESTINATION /lib/systemd/system)
 
+# The system-wide defaults, every line commented: an administrator points all players of a
+# machine at a registry once. A conffile: an administrator's edit survives an upgrade.
+install(FILES ${DORVALA_PACKAGING_DIR}/dorvala.conf DESTINATION /etc/xdg/Pobrek)
+
 # What a desktop needs to show and start the game.
 install(FILES ${DORVALA_ASSET_DIR}/desktop/${DORVALA_APP_ID}.desktop
         DESTINATION share/applications)
@@ -65,5 +69,11 @@ foreach(pair "dorvala.6|share/man/man6" "dorvala-registry.1|share/man/man1"
 endforeach()
 add_custom_target(dorvala_compressed_docs ALL DEPENDS ${gz_files})
 install(FILES ${DORVALA_PACKAGING_DIR}/copyright DESTINATION share/doc/dorvala)
+# The screenshots the AppStream data shows travel with the game, so a player has them even
+# before the game has a web home of its own.
+install(FILES ${CMAKE_SOURCE_DIR}/docs/screenshots/installed.png
+              ${CMAKE_SOURCE_DIR}/docs/screenshots/match_game.png
+              ${CMAKE_SOURCE_DIR}/docs/screenshots/settings.png
+        DESTINATION share/doc/dorvala/screenshots)
 install(FILES ${DORVALA_PACKAGING_DIR}/lintian-overrides DESTINATION share/lintian/overrides
         RENAME dorvala)

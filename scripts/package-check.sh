@@ -165,6 +165,16 @@ if [ -n "$screenshot" ]; then
   ok "screenshot of \"Exec=${exec_line[*]}\" saved to $screenshot"
 fi
 
+# A player's first start: nothing configured anywhere (no settings file, no DORVALA_FTP_URL).
+# "Mulai" (the quick start takes its road) must reach the setup screen and the host screen
+# without any message box.
+first=$work/first-start.log
+(sleep 8; echo state; sleep 1; echo quit) | nsenter "$(on "$ns_player")" "${player[@]}" \
+  QT_QPA_PLATFORM=offscreen dorvala --control --host --name Budi > "$first" 2>&1 || true
+grep -q '^screen host ' "$first" && ! grep -q '^box ' "$first" \
+  || { cat "$first"; fail "a first start with nothing configured does not reach the host screen without a box"; }
+ok "first start, nothing configured: \"Mulai\" reaches the setup and host screens with no message box"
+
 # The registry as its unit starts it; user nobody stands in for the unit's dynamic user.
 registry=$work/registry
 mkdir -p "$registry"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds, and starts the game. Without DORVALA_FTP_URL a local
-# registry (FTP on 127.0.0.1:2121) runs for as long as the game does.
+# Installs what is needed, builds, and starts the game as a player's first start has it:
+# nothing configured (a registry comes from the settings screen, DORVALA_FTP_URL or --registry).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
@@ -11,17 +11,4 @@ if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
   exec scripts/demo.sh
 fi
 
-registry_pid=""
-cleanup() { [ -n "$registry_pid" ] && kill "$registry_pid" 2>/dev/null || true; }
-trap cleanup EXIT
-if [ -z "${DORVALA_FTP_URL:-}" ]; then
-  root="${XDG_DATA_HOME:-$HOME/.local/share}/Pobrek/dorvala/registry"
-  mkdir -p "$root"
-  if ! (exec 3<>/dev/tcp/127.0.0.1/2121) 2>/dev/null; then
-    /usr/bin/python3 scripts/registry.py --host 127.0.0.1 --port 2121 --root "$root" > /dev/null &
-    registry_pid=$!
-    for _ in $(seq 50); do (exec 3<>/dev/tcp/127.0.0.1/2121) 2>/dev/null && break; sleep 0.1; done
-  fi
-  export DORVALA_FTP_URL="ftp://dorvala@127.0.0.1:2121/"
-fi
-"${DORVALA_BUILD_DIR:-build}/bin/dorvala" "$@"
+exec "${DORVALA_BUILD_DIR:-build}/bin/dorvala" "$@"

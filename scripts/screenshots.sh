@@ -55,4 +55,24 @@ xdotool mousemove 70 380 click 1; sleep 3
 login=$(window "Login Dorvala Online")
 xdotool mousemove 250 240 click 1; sleep 0.5   # open the host list
 import -window root -crop 480x400+0+0 "$out/setup_hosts.png"
+kill $! 2>/dev/null || true; sleep 0.5
+
+# A first start with nothing configured: the settings screen from the title screen's own
+# control, then "Mulai" straight to the setup screen and the lobby saying where to set a
+# registry.
+unset DORVALA_FTP_URL
+export XDG_CONFIG_HOME="$work/config"
+DORVALA_DRIVE_C="$work/t" "$bin" &
+window "^Dorvala Online$" > /dev/null; sleep 4.5
+xdotool mousemove 570 404 click 1; sleep 1
+settings=$(window "Pengaturan Dorvala Online")
+xdotool windowmove "$settings" 650 0; sleep 0.3
+xdotool mousemove 850 60 click 1 type "198.18.0.3"; sleep 0.3
+xdotool mousemove 850 140 click 1 type "Budi"; sleep 0.5
+import -window root -crop 1100x440+0+0 "$out/settings.png"
+xdotool key Escape; xdotool windowclose "$settings" 2>/dev/null || true; sleep 0.3
+xdotool mousemove 70 380 click 1; sleep 2
+xdotool mousemove 393 130 click 1; sleep 1   # the lobby picture
+xdotool windowmove "$(window "Online Host:")" 500 0; sleep 0.5
+import -window root -crop 840x420+0+0 "$out/first_start.png"
 echo "screenshots written to $out"

@@ -3,6 +3,7 @@
 #include "control/control_channel.h"
 #include "demo/demo_director.h"
 #include "platform/end_requests.h"
+#include "platform/settings.h"
 #include "shell/login_screen.h"
 #include "shell/screens.h"
 #include "shell/title_screen.h"
@@ -35,7 +36,12 @@ Program::Options Program::parse(const QStringList &arguments)
     const QCommandLineOption control(
         QStringLiteral("control"),
         QStringLiteral("Kendali dari luar: perintah di stdin, kejadian di stdout (otomasi)."));
-    parser.addOptions({help, version, host, join, name, demo, control});
+    const QCommandLineOption registry(
+        QStringLiteral("registry"),
+        QStringLiteral("Server daftar tuan rumah, mis. ftp://dorvala@198.18.0.3:2121/ (kosong: tanpa "
+                       "server daftar); mengalahkan DORVALA_FTP_URL dan Pengaturan."),
+        QStringLiteral("URL"));
+    parser.addOptions({help, version, host, join, name, demo, control, registry});
     // The parser names the program only once the application object exists, and the
     // command line is read before that.
     QString program = QFileInfo(arguments.value(0)).fileName();
@@ -64,6 +70,9 @@ Program::Options Program::parse(const QStringList &arguments)
     options.host = parser.isSet(host);
     options.join = parser.value(join);
     options.name = parser.value(name);
+    options.nameGiven = parser.isSet(name);
+    if (parser.isSet(registry))
+        options.registry = parser.value(registry).isNull() ? QStringLiteral("") : parser.value(registry);
     options.demo = parser.value(demo);
     options.control = parser.isSet(control);
     if (options.host && parser.isSet(join)) {
@@ -91,6 +100,8 @@ Program::Program(Screens &screens)
 
 void Program::start(const Options &options)
 {
+    if (!options.registry.isNull())
+        Settings::setCommandLineRegistry(options.registry);
     if (!options.demo.isEmpty()) {
         auto *director = new DemoDirector(options.demo, this);
         connect(director, &DemoDirector::done, this, [](int status) { QCoreApplication::exit(status); });
@@ -104,6 +115,8 @@ void Program::start(const Options &options)
     }
     TitleScreen *title = m_screens.openi();
     title->show();
+    // Values left out of the settings are told on stderr at the start, not when first used.
+    QTimer::singleShot(0, this, [] { Settings::game(); });
     if (options.host || !options.join.isEmpty()) {
         // After the title window is up, as a player's click would come.
         QTimer::singleShot(0, this, [this, options] { quickStart(options); });
@@ -135,7 +148,8 @@ void Program::chooseOnLogin(const Options &options)
     if (!m_screens.isLoaded(QStringLiteral("login")))
         return;
     LoginScreen *login = m_screens.login();
-    login->UN()->setText(options.name);
+    if (options.nameGiven)
+        login->UN()->setText(options.name);
     if (!options.join.isEmpty()) {
         login->Image2_Click();
         login->HIP()->setText(options.join);

@@ -18,6 +18,8 @@ public:
         bool host = false;
         QString join;    // address to join, empty when not joining
         QString name;
+        bool nameGiven = false;  // --name was given (else the settings' player name stands)
+        QString registry;  // --registry URL (null: not given; empty: no registry)
         QString demo;    // folder for the self-play demo's screenshots
         bool control = false;  // commands on standard input, events on standard output
         bool ok = true;  // false: the command line was wrong; `message` says why

@@ -4,11 +4,8 @@
 #include "platform/rtf_document.h"
 #include "platform/settings.h"
 
-#include <QUrl>
 
 #include <utility>
-
-const char *const HostRegistry::Password = "418526";
 
 HostRegistry::HostRegistry(QObject *parent)
     : QObject(parent)
@@ -24,15 +21,15 @@ HostRegistry::HostRegistry(QObject *parent)
 
 void HostRegistry::configure()
 {
-    const QString url = Settings::ftpUrl();
-    const QString account = QUrl(url).userName();
+    const RegistryAddress registry = Settings::registry();
+    m_configured = registry.isSet();
     for (FtpTransfer *inet : {m_inet1, m_inet2, m_inet3}) {
         inet->setAccessType(AccessDirect);
         inet->setRequestTimeout(RequestTimeoutSeconds);
         inet->setProtocol(ProtocolFtp);
-        inet->setUrl(url);
-        inet->setUserName(account);
-        inet->setPassword(QString::fromLatin1(Password));
+        inet->setUrl(registry.url());
+        inet->setUserName(registry.account);
+        inet->setPassword(registry.password);
     }
 }
 
@@ -43,6 +40,8 @@ QString HostRegistry::stagingFile(const QString &address)
 
 bool HostRegistry::Publish(const QString &address)
 {
+    if (!m_configured)
+        return false;  // no registry: the LAN still finds this host
     // A failed save still tries the upload: its failure is as silent as any other.
     RtfDocument::save(stagingFile(address), address);
     const bool started = m_inet3->Execute(QStringLiteral("PUT C:/") + address + u' ' + address);
@@ -55,6 +54,8 @@ bool HostRegistry::Publish(const QString &address)
 
 bool HostRegistry::Withdraw(const QString &address)
 {
+    if (!m_configured)
+        return false;
     // A delete that overtook the upload of the same entry would find nothing to delete, and
     // the upload would then leave the entry listed for good (a host that cannot listen
     // withdraws at once): it waits for the upload to end instead.
@@ -79,6 +80,8 @@ void HostRegistry::Inet3_StateChanged(int state)
 
 bool HostRegistry::List()
 {
+    if (!m_configured)
+        return false;
     return m_inet1->Execute(QStringLiteral("DIR"));
 }
 

@@ -16,12 +16,14 @@ public:
     static constexpr int AccessDirect = 1;
     static constexpr int RequestTimeoutSeconds = 50;
     static constexpr int ProtocolFtp = 4;
-    static const char *const Password;
 
     explicit HostRegistry(QObject *parent = nullptr);
 
-    // Gives Inet1, Inet2 and Inet3, in this order, the lobby's connection settings.
+    // Gives Inet1, Inet2 and Inet3, in this order, the lobby's connection settings: the
+    // registry in force when it is called.
     void configure();
+    // A registry is configured; without one, publishing, withdrawing and listing do nothing.
+    bool configured() const { return m_configured; }
 
     // Saves the staging file "C:/" + address (an RTF document whose text is the address)
     // and starts its upload under the name `address`. The outcome is not looked at.
@@ -52,6 +54,7 @@ private:
     FtpTransfer *m_inet1;
     FtpTransfer *m_inet2;
     FtpTransfer *m_inet3;
+    bool m_configured = false;
     QString m_uploading;            // the entry Inet3 is uploading
     QString m_withdrawAfterUpload;  // to delete once that upload has ended
 };

@@ -36,6 +36,7 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     , m_registry(new HostRegistry(this))
     , Label1(new QLabel(QStringLiteral("Nomor IP Yang Sedang Online"), this))
     , lstRemoteFile(new QListWidget(this))
+    , m_registryNote(new QLabel(this))
     , STE(new QLabel(QStringLiteral("Label1"), this))
     , ID(new QLineEdit(QStringLiteral("[Nomor IP]"), this))
     , Command2(new QPushButton(QStringLiteral("Simpan"), this))
@@ -54,6 +55,9 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     Label1->setObjectName(QStringLiteral("Label1"));
     lstRemoteFile->setObjectName(QStringLiteral("lstRemoteFile"));
     STE->setObjectName(QStringLiteral("STE"));
+    m_registryNote->setObjectName(QStringLiteral("RegistryNote"));
+    m_registryNote->setTextFormat(Qt::PlainText);
+    m_registryNote->setWordWrap(true);
     ID->setObjectName(QStringLiteral("ID"));
     Command2->setObjectName(QStringLiteral("Command2"));
     Command1->setObjectName(QStringLiteral("Command1"));
@@ -91,6 +95,7 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     layout->setContentsMargins(10, 10, 10, 10);
     layout->setSpacing(6);
     layout->addWidget(Label1);
+    layout->addWidget(m_registryNote);
     layout->addWidget(lstRemoteFile, 2);
     layout->addWidget(lblLan);
     layout->addWidget(lstLan, 1);
@@ -121,6 +126,7 @@ LobbyScreen::LobbyScreen(QWidget *parent)
 void LobbyScreen::Form_Load()
 {
     m_registry->configure();
+    showRegistryNote();
     List();
     // A probe port that cannot be had only means this machine never answers probes.
     Hear->listen(Settings::probePort());
@@ -152,9 +158,23 @@ void LobbyScreen::Withdraw(const QString &address)
     m_registry->Withdraw(address);
 }
 
+void LobbyScreen::showRegistryNote()
+{
+    const RegistryAddress registry = Settings::registry();
+    if (registry.isSet()) {
+        m_registryNote->setText(QStringLiteral("Server daftar: %1:%2").arg(registry.host).arg(registry.port));
+        return;
+    }
+    m_registryNote->setText(
+        QStringLiteral("Belum ada server daftar tuan rumah. Aturlah di \"Pengaturan\" (di layar "
+                       "judul atau layar Login). Tuan rumah di jaringan lokal tetap ditemukan."));
+}
+
 void LobbyScreen::List()
 {
     m_listingOutcome = ConnectOutcome::Unknown;
+    if (!m_registry->configured())
+        return;  // nothing to list: no registry is set
     if (!m_registry->List())
         noteListingOutcome(FtpTransfer::Error);
 }

@@ -71,6 +71,7 @@ private:
     enum class ConnectOutcome { Unknown, Connected, Failed };
 
     void Form_Load();
+    void showRegistryNote();
     void Inet1_StateChanged(int state);
     void drainListing(QString response);
     void listingDrained(const QString &response);
@@ -87,6 +88,7 @@ private:
     HostRegistry *m_registry;
     QLabel *Label1;
     QListWidget *lstRemoteFile;
+    QLabel *m_registryNote;  // which registry is listed, or that none is set
     QLabel *STE;
     QLineEdit *ID;
     QPushButton *Command2;

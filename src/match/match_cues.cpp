@@ -1,5 +1,6 @@
 #include "match_cues.h"
 
+#include "platform/settings.h"
 #include "platform/sound_cue.h"
 
 #include <array>
@@ -62,6 +63,10 @@ QString MatchCues::forEvent(GameEvent event)
 
 void MatchCues::load(const QString &programFolder)
 {
+    // A player who turned sound off gets no device opened at all.
+    m_muted = !Settings::soundEnabled();
+    if (m_muted)
+        return;
     for (qsizetype i = 0; i < m_cues.size(); ++i)
         m_cues.at(i)->setFileName(programFolder + QLatin1String(cueFiles.at(i).fileText));
     for (const char *name : openOrder) {
@@ -73,6 +78,8 @@ void MatchCues::load(const QString &programFolder)
 
 void MatchCues::sound(const QString &name)
 {
+    if (m_muted)
+        return;
     if (SoundCue *c = cue(name)) {
         c->command(QStringLiteral("prev"));
         c->command(QStringLiteral("play"));

@@ -32,4 +32,5 @@ public:
 
 private:
     QList<SoundCue *> m_cues;  // in names() order; children of this object
+    bool m_muted = false;      // the player turned sound off: nothing opens or sounds
 };

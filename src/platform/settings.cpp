@@ -7,8 +7,13 @@
 #include <QMutex>
 #include <QHostInfo>
 #include <QNetworkInterface>
+#include <QSet>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QUrl>
+
+#include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -103,10 +108,134 @@ QString Settings::localHostName()
     return QHostInfo::localHostName();
 }
 
-QString Settings::ftpUrl()
+namespace {
+
+const char *const Organisation = "Pobrek";
+const char *const Application = "dorvala";
+
+QString &commandLineRegistry()
 {
-    const QString url = env("DORVALA_FTP_URL");
-    return url.isEmpty() ? QStringLiteral("ftp://dorvala@127.0.0.1:2121/") : url;
+    static QString url;  // null: not given
+    return url;
+}
+
+std::unique_ptr<QSettings> openLayer(QSettings::Scope scope)
+{
+    auto settings = std::make_unique<QSettings>(QSettings::NativeFormat, scope,
+                                                QLatin1String(Organisation),
+                                                QLatin1String(Application));
+    settings->setFallbacksEnabled(false);
+    return settings;
+}
+
+QString placeOf(const QSettings &settings)
+{
+#ifdef Q_OS_WIN
+    return QDir::toNativeSeparators(settings.fileName());
+#else
+    return settings.fileName();
+#endif
+}
+
+// Problems are told once per run, however often the settings are read.
+void tellOnce(const QStringList &problems)
+{
+    static QMutex mutex;
+    static QSet<QString> told;
+    const QMutexLocker lock(&mutex);
+    for (const QString &problem : problems) {
+        if (!told.contains(problem)) {
+            told.insert(problem);
+            std::fprintf(stderr, "dorvala: %s\n", qUtf8Printable(problem));
+        }
+    }
+}
+
+} // namespace
+
+void Settings::setCommandLineRegistry(const QString &url)
+{
+    commandLineRegistry() = url.isNull() ? QStringLiteral("") : url;
+}
+
+GameSettings Settings::game()
+{
+    const auto user = openLayer(QSettings::UserScope);
+    const auto system = openLayer(QSettings::SystemScope);
+    const SettingsLayer userLayer(*user, QStringLiteral("berkas pengguna ") + placeOf(*user));
+    const SettingsLayer systemLayer(*system, QStringLiteral("berkas sistem ") + placeOf(*system));
+    GameSettings settings = GameSettings::resolve(commandLineRegistry(), env("DORVALA_FTP_URL"),
+                                                  &userLayer, &systemLayer);
+    const QString delay = env("DORVALA_COMPUTER_DELAY");
+    bool ok = false;
+    const int delayMs = delay.toInt(&ok);
+    if (ok && delayMs >= 0 && delayMs <= SettingsLayer::MaxComputerDelayMs)
+        settings.computerDelayMs = delayMs;
+    else if (!delay.isEmpty())
+        settings.problems << QStringLiteral("DORVALA_COMPUTER_DELAY diabaikan: harus angka 0 sampai %1.")
+                                 .arg(SettingsLayer::MaxComputerDelayMs);
+    tellOnce(settings.problems);
+    return settings;
+}
+
+RegistryAddress Settings::registry()
+{
+    return game().registry;
+}
+
+QString Settings::playerName()
+{
+    return game().playerName;
+}
+
+bool Settings::soundEnabled()
+{
+    return game().soundEnabled;
+}
+
+bool Settings::mapPorts()
+{
+    return game().mapPorts;
+}
+
+int Settings::computerDelayMs()
+{
+    return game().computerDelayMs;
+}
+
+bool Settings::savePlayerChoices(const PlayerChoices &choices, QString *error)
+{
+    // A choice that only repeats what the system-wide file (or the default) gives is not
+    // written: an administrator's later change still reaches this player.
+    const auto system = openLayer(QSettings::SystemScope);
+    const GameSettings below = GameSettings::resolve(
+        QString(), QString(), nullptr, std::make_unique<SettingsLayer>(*system, QString()).get());
+    const auto user = openLayer(QSettings::UserScope);
+    const auto keep = [&user](const char *key, const QVariant &value, bool same) {
+        if (same)
+            user->remove(QLatin1String(key));
+        else
+            user->setValue(QLatin1String(key), value);
+    };
+    keep("registry/url", choices.registryUrl, choices.registryUrl == below.registry.url());
+    keep("player/name", choices.playerName, choices.playerName == below.playerName);
+    keep("sound/enabled", choices.soundEnabled, choices.soundEnabled == below.soundEnabled);
+    keep("router/map_ports", choices.mapPorts, choices.mapPorts == below.mapPorts);
+    user->sync();
+    if (user->status() == QSettings::NoError)
+        return true;
+    *error = QStringLiteral("Pengaturan tidak dapat disimpan di %1.").arg(placeOf(*user));
+    return false;
+}
+
+QString Settings::userSettingsPlace()
+{
+    return placeOf(*openLayer(QSettings::UserScope));
+}
+
+QString Settings::systemSettingsPlace()
+{
+    return placeOf(*openLayer(QSettings::SystemScope));
 }
 
 QString Settings::makerUrl()

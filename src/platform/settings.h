@@ -1,9 +1,13 @@
 #pragma once
 
+#include "game_settings.h"
+
 #include <QString>
 
-// Fixed defaults of the program, each overridable from the environment so that tests and
-// machines without root can run it. There is no settings file.
+// The program's settings: the player's choices (QSettings: ~/.config/Pobrek/dorvala.conf on
+// Linux, the per-user registry on Windows) over the system-wide defaults
+// (/etc/xdg/Pobrek/dorvala.conf, HKLM), with the environment and the command line on top;
+// and fixed defaults that only the environment changes (tests, machines without root).
 class Settings
 {
 public:
@@ -28,7 +32,33 @@ public:
     static QString localIp();
     static QString localHostName();
 
-    static QString ftpUrl();    // DORVALA_FTP_URL, default ftp://dorvala@127.0.0.1:2121/
+    // Everything the layers say now, read afresh (a settings screen may just have saved).
+    // Each problem sentence is also written to stderr, once per run.
+    static GameSettings game();
+    // --registry URL from the command line; an empty URL means "no registry".
+    static void setCommandLineRegistry(const QString &url);
+    // The registry in force; unset when none is configured.
+    static RegistryAddress registry();
+    static QString playerName();
+    static bool soundEnabled();
+    static bool mapPorts();
+    // DORVALA_COMPUTER_DELAY, else computer/delay_ms, else -1 (the computer's own pause).
+    static int computerDelayMs();
+
+    // The player's own choices as the settings screen saves them.
+    struct PlayerChoices
+    {
+        QString registryUrl;  // empty: no registry
+        QString playerName;
+        bool soundEnabled = true;
+        bool mapPorts = true;
+    };
+    // Writes them to the player's settings; false with a sentence when that fails.
+    static bool savePlayerChoices(const PlayerChoices &choices, QString *error);
+    // Where the player's and the system-wide settings are kept, as a player would look.
+    static QString userSettingsPlace();
+    static QString systemSettingsPlace();
+
     static QString makerUrl();  // DORVALA_MAKER_URL, default the bundled maker page
     // The folder holding the program, without a trailing separator.
     static QString programFolder();

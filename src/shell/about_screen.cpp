@@ -81,6 +81,8 @@ AboutScreen::AboutScreen(Screens &screens)
 void AboutScreen::Form_Load()
 {
     m_ab->setFileName(Settings::programFolder() + QStringLiteral("/AB.MID"));
+    if (!Settings::soundEnabled())
+        return;  // the player turned sound off
     m_ab->command(QStringLiteral("Open"));
     m_ab->command(QStringLiteral("Prev"));
     m_ab->command(QStringLiteral("Play"));

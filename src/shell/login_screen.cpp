@@ -142,6 +142,9 @@ LoginScreen::LoginScreen(Screens &screens)
     connect(pushButton(this, QStringLiteral("Command2"), QStringLiteral("Close"), {268, 314, 92, 24}),
             &QPushButton::clicked, this, &LoginScreen::About_Click);
     pushButton(this, QStringLiteral("Command3"), QStringLiteral("Who Online"), {366, 314, 92, 24});
+    connect(pushButton(this, QStringLiteral("Settings"), QStringLiteral("Pengaturan"),
+                       {LabelX, 314, 120, 24}),
+            &QPushButton::clicked, &m_screens, &Screens::showSettings);
 
     m_play = new ImageButton(QStringLiteral("T1"), QStringLiteral("Play"), QStringLiteral("Mulai"),
                              {ChoiceXs[0], 353, 121, 41}, this);
@@ -183,6 +186,7 @@ void LoginScreen::Form_Load()
 {
     m_screens.loadLobbyHidden();
     m_mip->setText(Settings::localIp());
+    m_un->setText(Settings::playerName());
 }
 
 void LoginScreen::moveMarkerTo(QWidget *image)

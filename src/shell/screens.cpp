@@ -3,6 +3,7 @@
 #include "about_screen.h"
 #include "advert_screen.h"
 #include "login_screen.h"
+#include "settings_screen.h"
 #include "title_screen.h"
 
 #include "lobby/lobby_screen.h"
@@ -132,6 +133,34 @@ ChatHistory *Screens::CH()
     return m_ch;
 }
 
+SettingsScreen *Screens::settings()
+{
+    if (!m_settings) {
+        m_settings = new SettingsScreen;
+        connect(m_settings, &SettingsScreen::saved, this, &Screens::settings_Saved);
+    }
+    return m_settings;
+}
+
+void Screens::showSettings()
+{
+    SettingsScreen *screen = settings();
+    screen->show();
+    screen->raise();
+    screen->activateWindow();
+}
+
+void Screens::settings_Saved()
+{
+    if (!m_login)
+        return;
+    // A hosting lobby keeps the registry it published in, so that it withdraws there.
+    if (!m_host)
+        reloadLobby();
+    if (m_login->UN()->text().isEmpty())
+        m_login->UN()->setText(Settings::playerName());
+}
+
 void Screens::wireMatchScreen(MatchScreen *screen)
 {
     screen->setChatHistory(CH());
@@ -167,7 +196,8 @@ void Screens::host_Closing(const QString &localAddress)
 QList<QWidget *> Screens::loadedScreens() const
 {
     QList<QWidget *> screens;
-    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol, m_host, m_join, m_ch}) {
+    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol, m_host, m_join, m_ch,
+                                                                   m_settings}) {
         if (screen)
             screens.append(screen);
     }
@@ -202,6 +232,7 @@ void Screens::unload(QWidget *screen)
     }
     if (screen == m_host) m_host = nullptr;
     if (screen == m_join) m_join = nullptr;
+    if (screen == m_settings) m_settings = nullptr;
     // The deletion waits for the event loop (the screen may be in one of its own handlers
     // right now); what it holds of the network does not.
     releaseSockets(screen);
@@ -229,16 +260,26 @@ void Screens::loadLogin()
 
 void Screens::WOL_ListingConnectKnown(int error)
 {
-    if (error != 0)
-        unload(m_wol);  // the next "Mulai" tries the registry afresh
     if (!m_loginOpening)
         return;
-    m_loginOpening = false;
-    if (error != 0)
-        unload(m_login);
-    else if (m_login && !m_quitting)
-        m_login->show();
-    emit loginOpened(error);
+    if (error == 0) {
+        m_loginOpening = false;
+        if (m_login && !m_quitting)
+            m_login->show();
+        emit loginOpened(0);
+        return;
+    }
+    // A registry that is configured but out of reach: the player is told, and after the OK
+    // the setup screen opens all the same (the LAN and a typed address still work).
+    QPointer<Screens> self(this);
+    showInternetError(m_openi, [self] {
+        if (!self || !self->m_loginOpening)
+            return;
+        self->m_loginOpening = false;
+        if (self->m_login && !self->m_quitting)
+            self->m_login->show();
+        emit self->loginOpened(0);
+    });
 }
 
 void Screens::showAbout()
@@ -268,19 +309,25 @@ void Screens::closeAllAndQuit()
     QCoreApplication::exit(0);
 }
 
-std::function<void(QWidget *, const QString &, const QString &)> Screens::criticalBox =
-    [](QWidget *parent, const QString &title, const QString &text) {
+std::function<void(QWidget *, const QString &, const QString &, std::function<void()>)>
+    Screens::criticalBox = [](QWidget *parent, const QString &title, const QString &text,
+                              std::function<void()> afterOk) {
         auto *box = new QMessageBox(QMessageBox::Critical, title, text, QMessageBox::Ok, parent);
         box->setAttribute(Qt::WA_DeleteOnClose);
         box->setWindowModality(Qt::ApplicationModal);
+        QObject::connect(box, &QMessageBox::finished, box, [afterOk = std::move(afterOk)] {
+            if (afterOk)
+                afterOk();
+        });
         box->show();
     };
 
-void Screens::showInternetError(QWidget *parent)
+void Screens::showInternetError(QWidget *parent, std::function<void()> afterOk)
 {
     criticalBox(parent, QStringLiteral("Internetr Bermasalah!"),
                 QStringLiteral("Internet tidak tersambung!\r\n"
-                               "Silahkan melakukan koneksi ke Internet terlebih dahulu"));
+                               "Silahkan melakukan koneksi ke Internet terlebih dahulu"),
+                std::move(afterOk));
 }
 
 void Screens::loadLobbyHidden()

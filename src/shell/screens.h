@@ -17,6 +17,7 @@ class LanAnnouncer;
 class MatchScreen;
 class LobbyScreen;
 class LoginScreen;
+class SettingsScreen;
 class TitleScreen;
 class QWidget;
 
@@ -52,6 +53,7 @@ public:
     // The join screen reads the address to join from the setup screen's HIP when it loads.
     JoinScreen *Join();
     ChatHistory *CH();
+    SettingsScreen *settings();
 
     bool isLoaded(const QString &name) const;
     // Deletes the screen; its close handler does not run.
@@ -63,6 +65,9 @@ public:
     void openLogin();
     // Title "Kreator": loads the about screen, or brings the open one to the front.
     void showAbout();
+    // The settings screen, from the title or the setup screen: shown and brought to the front.
+    // What it saves takes effect at once: a loaded lobby lists the registry now in force.
+    void showSettings();
     // "Keluar": leave the event loop at once, without the screens' close handlers.
     void endProgram();
     // SIGINT/SIGTERM: close every open screen as its title-bar close would, then end; the
@@ -79,14 +84,17 @@ public:
     void startHost(const QString &name, QPoint position, bool place);
     void startJoin(const QString &name, QPoint position, bool place);
 
-    static void showInternetError(QWidget *parent);
-    // The critical-stop message box, shown without waiting for the player's answer; tests
-    // replace it to read what would be shown.
-    static std::function<void(QWidget *, const QString &title, const QString &text)> criticalBox;
+    // The critical-stop message box, shown without waiting for the player's answer;
+    // afterOk runs once it is answered. Tests replace it to read what would be shown.
+    static void showInternetError(QWidget *parent, std::function<void()> afterOk = {});
+    static std::function<void(QWidget *, const QString &title, const QString &text,
+                              std::function<void()> afterOk)>
+        criticalBox;
 
 signals:
-    // The end of openLogin: 0 with the setup screen shown, else the error that stopped it
-    // (InternetError: the registry is out of reach), the setup screen then unloaded.
+    // The end of openLogin, with the setup screen shown: at once when no registry is
+    // configured or it answered, after the player's OK on the message when it is out of
+    // reach. A non-zero error is the setup screen's own load failing.
     void loginOpened(int error);
 
 private:
@@ -96,6 +104,7 @@ private:
     void wireMatchScreen(MatchScreen *screen);
     void host_Opened(const QString &localAddress);
     void host_Closing(const QString &localAddress);
+    void settings_Saved();
 
     bool m_ending = false;
     bool m_quitting = false;
@@ -109,6 +118,7 @@ private:
     QPointer<HostScreen> m_host;
     QPointer<JoinScreen> m_join;
     QPointer<ChatHistory> m_ch;
+    QPointer<SettingsScreen> m_settings;
     // Announces the open host screen on the LAN; outlives every screen.
     LanAnnouncer *m_announcer;
 };

@@ -3,6 +3,7 @@
 #include "image_button.h"
 #include "screens.h"
 
+#include "platform/game_style.h"
 #include "platform/picture_store.h"
 #include "platform/settings.h"
 #include "platform/web_view.h"
@@ -10,6 +11,7 @@
 #include <QEvent>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPushButton>
 #include <QTimer>
 #include <QUrl>
 
@@ -108,6 +110,17 @@ void TitleScreen::openMakerPage()
     m_wb->stackUnder(m_dk);
     m_wb->show();
     m_wb->navigate(QUrl(Settings::makerUrl()));
+
+    // The settings' own small control, beside the three buttons, made with the page so that
+    // it costs the first frame nothing.
+    m_settings = new QPushButton(QStringLiteral("\u2699 Pengaturan"), this);
+    m_settings->setObjectName(QStringLiteral("Settings"));
+    m_settings->setGeometry(516, 393, 112, 22);
+    m_settings->setStyleSheet(GameStyle::pushButtons());
+    m_settings->setCursor(Qt::PointingHandCursor);
+    m_settings->stackUnder(m_dk);
+    m_settings->show();
+    connect(m_settings, &QPushButton::clicked, &m_screens, &Screens::showSettings);
 }
 
 bool TitleScreen::eventFilter(QObject *watched, QEvent *event)
@@ -147,14 +160,11 @@ void TitleScreen::Play_Click()
 
 void TitleScreen::Play_Done(int error)
 {
-    // Only the registry's failure is reported, and the title screen then stays.
+    // The setup screen is open (a registry out of reach has been reported on the way); a
+    // setup screen that failed its own load leaves the title screen for another try.
     m_playing = false;
-    if (error == 0) {
+    if (error == 0)
         m_screens.unload(this);
-        return;
-    }
-    if (error == Screens::InternetError)
-        Screens::showInternetError(this);
 }
 
 void TitleScreen::About_Click()

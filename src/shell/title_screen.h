@@ -4,6 +4,7 @@
 
 class ImageButton;
 class QLabel;
+class QPushButton;
 class QTimer;
 class Screens;
 class WebView;
@@ -43,6 +44,7 @@ private:
     QLabel *m_dk;
     QLabel *m_label1;
     WebView *m_wb = nullptr;   // made after the first frame
+    QPushButton *m_settings = nullptr;  // made with the page
     bool m_loaded = false;
     bool m_playing = false;    // "Mulai" waits for the setup screen to open
     ImageButton *m_play;

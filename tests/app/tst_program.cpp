@@ -23,6 +23,8 @@ QString outcome(const Program::Options &options)
         parts << QStringLiteral("control");
     if (!options.demo.isEmpty())
         parts << QStringLiteral("demo ") + options.demo;
+    if (!options.registry.isNull())
+        parts << QStringLiteral("registry ") + (options.registry.isEmpty() ? QStringLiteral("none") : options.registry);
     return parts.join(QStringLiteral(", "));
 }
 
@@ -54,6 +56,11 @@ private slots:
         // The demo starts its own controlled players; it cannot be one itself.
         QTest::newRow("demo and host") << QStringList{"--demo", "d", "--host"} << "error";
         QTest::newRow("demo and control") << QStringList{"--demo", "d", "--control"} << "error";
+        QTest::newRow("registry") << QStringList{"--registry", "ftp://dorvala@198.18.0.3:2121/", "--host"}
+                                  << "host, registry ftp://dorvala@198.18.0.3:2121/";
+        QTest::newRow("registry none") << QStringList{"--registry", ""} << "registry none";
+        // A bad address is left out when the settings are read, with a sentence: the start goes on.
+        QTest::newRow("registry not ftp") << QStringList{"--registry", "http://x/"} << "registry http://x/";
         QTest::newRow("unknown option") << QStringList{"--bogus"} << "error";
     }
 

@@ -4,6 +4,7 @@ on machines of their own, with the addresses they find themselves. Each case tak
 programs stay up or end as designed, what did the screens say, was anything lost.
 """
 
+import os
 import time
 
 from lan_net import Lan
@@ -212,10 +213,45 @@ def registry_unreachable(ctx, o):
                 "box \"%s\" %.1f s after the start (connect time-out %d s)"
                 % (short(box or "none", 60), took, REGISTRY_CONNECT_S))
         o.check("screen", state.get("screens") == ["openi"],
-                "the title screen stays (shown: %s)" % ", ".join(state.get("screens") or ["-"]))
-        o.check("kept", player.events("screen") == [], "no match screen opened")
-        ends(o, player, "quit", limit=6.0)
+                "the title screen waits for the OK (shown: %s)" % ", ".join(state.get("screens") or ["-"]))
+        o.check("kept", player.events("screen") == [], "no match screen before the OK")
+        player.command("dismiss")
+        o.check("screen", player.event("screen", "host", timeout=10) is not None,
+                "after the OK the host screen opens all the same")
+        ends(o, player, "quit", limit=16.0)
         o.check("kept", scores(player) == ["5"], "score file still 5")
+
+
+SYSTEM_SETTINGS = "/etc/xdg/Pobrek/dorvala.conf"
+
+
+def system_registry(ctx, o):
+    """An administrator names the registry once, in the system-wide file; players set nothing."""
+    kept = open(SYSTEM_SETTINGS, "rb").read() if os.path.exists(SYSTEM_SETTINGS) else None
+    try:
+        with Lan("sysreg", ctx.program, ctx.work, ctx.logs) as lan:
+            registry = lan.registry()
+            url, lan.registry_url = lan.registry_url, None  # no DORVALA_FTP_URL for anybody
+            os.makedirs(os.path.dirname(SYSTEM_SETTINGS), exist_ok=True)
+            with open(SYSTEM_SETTINGS, "w") as f:
+                f.write("[registry]\nurl=%s\n" % url)
+            h = lan.machine("host")
+            o.done = ("only %s names the registry (%s); `--host` as nobody on %s with no "
+                      "settings of its own" % (SYSTEM_SETTINGS, url, h.address))
+            host = lan.player(h, "host", ["--host", "--name", "Budi"])
+            if not started(o, host, "host", "host"):
+                return
+            o.check("kept", listed(registry, h.address),
+                    "the host published itself in that registry: %s" % registry.entries())
+            ends(o, host, "host quits")
+            o.check("kept", wait_until(lambda: h.address not in registry.entries(), 10),
+                    "and withdrew its entry at its exit")
+    finally:
+        if kept is None:
+            os.remove(SYSTEM_SETTINGS)
+        else:
+            with open(SYSTEM_SETTINGS, "wb") as f:
+                f.write(kept)
 
 
 def host_vanished(ctx, o):
@@ -252,5 +288,6 @@ CASES = [
     ("probe", "probing across machines", probing),
     ("cut", "the joiner's link cut mid-match", link_cut),
     ("noreg", "the registry's machine unreachable at \"Mulai\"", registry_unreachable),
+    ("sysreg", "a registry named only in the system-wide settings file", system_registry),
     ("gone", "a listed host whose machine vanished", host_vanished),
 ]

@@ -15,6 +15,8 @@
 #include "support/match_env.h"
 
 #include <QComboBox>
+#include <QLabel>
+#include <QSettings>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -41,8 +43,11 @@ private slots:
         qputenv("DORVALA_FTP_URL", m_ftp.url().toUtf8());
         qputenv("DORVALA_PROBE_PORT", QByteArray::number(MatchEnv::freePort()));
         m_boxes.clear();
-        Screens::criticalBox = [this](QWidget *, const QString &title, const QString &text) {
+        // The player answers the box at once.
+        Screens::criticalBox = [this](QWidget *, const QString &title, const QString &text,
+                                      const std::function<void()> &afterOk) {
             m_boxes << title + u'|' + text;
+            QTimer::singleShot(0, afterOk);
         };
         m_screens = std::make_unique<Screens>();
     }
@@ -75,21 +80,51 @@ private slots:
         QCOMPARE(login->HO()->itemText(0), QStringLiteral("127.0.0.5"));
     }
 
-    void registryDownShowsTheMessageAndTitleStays()
+    // A configured registry out of reach is reported, and after the OK the setup screen opens
+    // all the same; with none configured the setup screen opens at once, with no box, and
+    // the lobby says in its own space where to set one.
+    void mulaiReachesTheSetupScreen_data()
     {
-        qputenv("DORVALA_FTP_URL", QByteArray("ftp://dorvala@127.0.0.1:") + QByteArray::number(MatchEnv::freePort()) + "/");
+        QTest::addColumn<QString>("registry");
+        QTest::addColumn<bool>("box");
+        QTest::addColumn<QString>("note");
+
+        QTest::newRow("registry out of reach") << "down" << true << "Server daftar: 127.0.0.1:";
+        QTest::newRow("no registry configured") << "" << false << "Belum ada server daftar";
+    }
+
+    void mulaiReachesTheSetupScreen()
+    {
+        QFETCH(QString, registry);
+        QFETCH(bool, box);
+        QFETCH(QString, note);
+        const QTemporaryDir config;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, config.path());
+        QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, config.path());
+        if (registry.isEmpty())
+            qunsetenv("DORVALA_FTP_URL");
+        else
+            qputenv("DORVALA_FTP_URL", QByteArray("ftp://dorvala@127.0.0.1:")
+                                           + QByteArray::number(MatchEnv::freePort()) + "/");
         TitleScreen *title = m_screens->openi();
         title->show();
         QSignalSpy opened(m_screens.get(), &Screens::loginOpened);
         title->Play_Click();
         QVERIFY(opened.wait(20000));
-        QCOMPARE(m_boxes, QStringList{QStringLiteral(
-                              "Internetr Bermasalah!|Internet tidak tersambung!\r\n"
-                              "Silahkan melakukan koneksi ke Internet terlebih dahulu")});
-        QVERIFY(m_screens->isLoaded(QStringLiteral("openi")));
-        QVERIFY(title->isVisible());
-        QVERIFY(!m_screens->isLoaded(QStringLiteral("login")));
-        QVERIFY(!m_screens->isLoaded(QStringLiteral("WOL")));
+        QCOMPARE(opened.first().at(0).toInt(), 0);
+        const QStringList expected{QStringLiteral(
+            "Internetr Bermasalah!|Internet tidak tersambung!\r\n"
+            "Silahkan melakukan koneksi ke Internet terlebih dahulu")};
+        QCOMPARE(m_boxes, box ? expected : QStringList());
+        QTRY_VERIFY(!m_screens->isLoaded(QStringLiteral("openi")));
+        QVERIFY(m_screens->login()->isVisible());
+        const auto *noteLabel = m_screens->WOL()->findChild<QLabel *>(QStringLiteral("RegistryNote"));
+        QVERIFY2(noteLabel->text().startsWith(note), qPrintable(noteLabel->text()));
+        // Hosting still works, and publishes nowhere.
+        qputenv("DORVALA_MATCH_PORT", QByteArray::number(MatchEnv::freePort()));
+        m_screens->login()->Play_Click();
+        QVERIFY(m_screens->isLoaded(QStringLiteral("host")));
+        QVERIFY(m_screens->host()->socket()->isListening());
     }
 
     // A screen loaded again right after its unload has its ports at once: the old one's

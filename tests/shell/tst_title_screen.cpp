@@ -33,7 +33,8 @@ private slots:
     void init()
     {
         qputenv("DORVALA_DRIVE_C", m_drive.path().toUtf8());
-        Screens::criticalBox = [](QWidget *, const QString &, const QString &) {};
+        Screens::criticalBox = [](QWidget *, const QString &, const QString &,
+                                  const std::function<void()> &afterOk) { afterOk(); };
         m_screens = std::make_unique<Screens>();
     }
     void cleanup() { m_screens.reset(); }
