@@ -11,6 +11,7 @@
 #                                                lanfind lanhostile)
 #   LAN_NO_BUILD=1 scripts/lan.sh                use the program already built
 #   LAN_LOGS=DIR scripts/lan.sh                  keep every program's output in DIR
+#   LAN_WINDOWS=DIR scripts/lan.sh lanwine      also the Windows program in DIR under Wine
 #
 # Run it as root: it makes network namespaces and gives the copy its file capability.
 set -euo pipefail

@@ -1,6 +1,5 @@
-"""LAN cases of hosts found by themselves: a host's announcements reach another machine's
-lobby with no registry holding it; hostile datagrams and a flood from a third machine.
-Each joiner lists an empty registry of its own, so whatever it lists came over the LAN.
+"""LAN cases of hosts found by themselves: with no registry anywhere, a host's announcements
+reach another machine's lobby; hostile datagrams and a flood from a third machine.
 """
 
 import ipaddress
@@ -9,7 +8,7 @@ import struct
 import time
 
 from lan_cases import ends, started
-from dorvala_drive import Player, Registry, play, poll_state
+from dorvala_drive import play, poll_state
 
 LAN_PORT = 41009
 FOUND_WITHIN_S = 3.0
@@ -60,20 +59,10 @@ def hosts_of(state):
     return (state.get("HO") or {}).get("items", [])
 
 
-def watcher(lan, machine, label, registry):
+def watcher(lan, machine, label):
     """A player on `machine` whose setup screen stays loaded (its join of its own machine
-    fails at once), with an empty registry of its own."""
-    return Player(lan, "%s-%s" % (lan.prefix, label), ["--join", "127.0.0.1", "--name", "Sari"],
-                  lan.home(label), env={"DORVALA_FTP_URL": registry.url}, as_nobody=True,
-                  wrap=machine.wrap())
-
-
-def registries(lan):
-    """Two registries on one machine: the host's, and the empty one the joiners list."""
-    hosts = lan.registry()
-    empty = Registry(lan, host=lan.registry_machine.address, port=0,
-                     wrap=lan.registry_machine.wrap())
-    return hosts, empty
+    fails at once)."""
+    return lan.player(machine, label, ["--join", "127.0.0.1", "--name", "Sari"])
 
 
 def listed_within(player, address, present, limit):
@@ -85,12 +74,11 @@ def listed_within(player, address, present, limit):
 def found_on_the_lan(ctx, o):
     from lan_net import Lan
     with Lan("find", ctx.program, ctx.work, ctx.logs) as lan:
-        hosts_registry, empty = registries(lan)
         h, j = lan.machine("host"), lan.machine("join")
-        o.done = ("host Renée on %s publishing in a registry the joiner on %s does not list; "
-                  "the joiner's lobby finds it, joins the entry it lists and they play a line; "
-                  "the host closes; a second host is killed" % (h.address, j.address))
-        watch = watcher(lan, j, "watch", empty)
+        o.done = ("no registry anywhere; host Renée on %s; the lobby of a joiner on %s finds "
+                  "it, the joiner joins the entry it lists and they play a line; the host "
+                  "closes; a second host is killed" % (h.address, j.address))
+        watch = watcher(lan, j, "watch")
         if not started(o, watch, "Join", "watcher"):
             return
         host = lan.player(h, "host", ["--host", "--name", "Renée"])
@@ -100,13 +88,10 @@ def found_on_the_lan(ctx, o):
         o.check("screen", ok and took <= FOUND_WITHIN_S,
                 "the joiner's host list shows %s %.1f s after the host opened (at most %.0f s): %s"
                 % (h.address, took, FOUND_WITHIN_S, hosts_of(state)))
-        o.check("screen", empty.entries() == [], "the joiner's registry holds nothing")
         ends(o, watch, "the first joiner quits")
 
         entry = h.address if ok else "none"
-        join = Player(lan, "%s-join" % lan.prefix, ["--join", entry, "--name", "Zoë"],
-                      lan.home("join"), env={"DORVALA_FTP_URL": empty.url}, as_nobody=True,
-                      wrap=j.wrap())
+        join = lan.player(j, "join", ["--join", entry, "--name", "Zoë"])
         if not started(o, join, "Join", "joiner"):
             return
         met = host.event("received", "XZoë", timeout=30) is not None
@@ -147,14 +132,13 @@ def found_on_the_lan(ctx, o):
 def hostile_datagrams(ctx, o):
     from lan_net import Lan
     with Lan("hostile", ctx.program, ctx.work, ctx.logs) as lan:
-        hosts_registry, empty = registries(lan)
         h, j, m = lan.machine("host"), lan.machine("join"), lan.machine("mallory")
         outside = "198.19.0.7"
-        o.done = ("host on %s, a joiner's lobby on %s; from %s: garbage, oversized, forged "
+        o.done = ("no registry; host on %s, a joiner's lobby on %s; from %s: garbage, oversized, forged "
                   "(another's address, a goodbye in the host's name), from %s outside the "
                   "subnet, then %d datagrams a second for %.0f s"
                   % (h.address, j.address, m.address, outside, FLOOD_RATE, FLOOD_S))
-        watch = watcher(lan, j, "watch", empty)
+        watch = watcher(lan, j, "watch")
         host = lan.player(h, "host", ["--host", "--name", "Renée"])
         if not (started(o, watch, "Join", "watcher") and started(o, host, "host", "host")):
             return
@@ -206,6 +190,6 @@ def hostile_datagrams(ctx, o):
 
 
 CASES = [
-    ("lanfind", "a host found on the LAN with no registry holding it", found_on_the_lan),
+    ("lanfind", "a host found on the LAN with no registry anywhere", found_on_the_lan),
     ("lanhostile", "hostile and flood datagrams from a third machine", hostile_datagrams),
 ]
