@@ -4,6 +4,8 @@
 #include <QStringDecoder>
 #include <QtEndian>
 
+#include <cstring>
+
 namespace {
 
 constexpr char Magic[4] = {'D', 'R', 'V', 'L'};
@@ -49,7 +51,7 @@ QByteArray LanAnnouncement::encode() const
 
     QByteArray out(HeaderBytes, '\0');
     char *p = out.data();
-    memcpy(p, Magic, 4);
+    std::memcpy(p, Magic, 4);
     p[4] = char(Version);
     p[5] = char(kind);
     qToBigEndian(matchPort, p + 6);
@@ -64,7 +66,7 @@ std::optional<LanAnnouncement> LanAnnouncement::parse(QByteArrayView datagram)
     if (datagram.size() < HeaderBytes || datagram.size() > MaxBytes)
         return std::nullopt;
     const char *p = datagram.data();
-    if (memcmp(p, Magic, 4) != 0 || quint8(p[4]) != Version)
+    if (std::memcmp(p, Magic, 4) != 0 || quint8(p[4]) != Version)
         return std::nullopt;
     const quint8 kind = quint8(p[5]);
     if (kind != quint8(Kind::Announce) && kind != quint8(Kind::Goodbye))

@@ -6,6 +6,8 @@
 #include <QTimer>
 #include <QUdpSocket>
 
+#include <algorithm>
+
 namespace {
 
 // How often the interfaces are read again: at most this often when a datagram comes from
