@@ -49,8 +49,6 @@ void TestLanAnnouncement::parsesWellFormed_data()
     QTest::newRow("no name") << datagram(1, 1009, 79, Host, "") << 1 << 1009 << 79 << "";
     QTest::newRow("utf-8 name") << datagram(1, 1009, 79, Host, "Zo\xc3\xab\xe2\x82\xac")
                                 << 1 << 1009 << 79 << QStringLiteral("Zoë€");
-    QTest::newRow("markup stays text") << datagram(1, 1009, 79, Host, "<b>x</b>")
-                                       << 1 << 1009 << 79 << "<b>x</b>";
     QTest::newRow("longest name") << datagram(1, 1009, 79, Host, QByteArray(48, 'a'))
                                   << 1 << 1009 << 79 << QString(48, u'a');
 }
@@ -81,26 +79,20 @@ void TestLanAnnouncement::dropsMalformed_data()
     QTest::newRow("name cut short") << good.chopped(1);
     QTest::newRow("a byte after the name") << good + 'x';
     QTest::newRow("wrong magic") << QByteArray("DRVX") + good.mid(4);
-    QTest::newRow("lower-case magic") << QByteArray("drvl") + good.mid(4);
     QTest::newRow("version 2") << good.left(4) + '\x02' + good.mid(5);
-    QTest::newRow("version 0") << good.left(4) + '\0' + good.mid(5);
     QTest::newRow("kind 0") << datagram(0, 1009, 79, Host, "Budi");
     QTest::newRow("kind 3") << datagram(3, 1009, 79, Host, "Budi");
-    QTest::newRow("kind 0x81") << datagram(0x81, 1009, 79, Host, "Budi");
     QTest::newRow("match port 0") << datagram(1, 0, 79, Host, "Budi");
     QTest::newRow("probe port 0") << datagram(1, 1009, 0, Host, "Budi");
     QTest::newRow("address 0") << datagram(1, 1009, 79, 0, "Budi");
     QTest::newRow("name over the bound") << datagram(1, 1009, 79, Host, QByteArray(49, 'a'));
     QTest::newRow("length byte 255, short body") << datagram(1, 1009, 79, Host, "Budi", 255);
-    QTest::newRow("length byte 0, body follows") << datagram(1, 1009, 79, Host, "Budi", 0);
     QTest::newRow("oversized") << datagram(1, 1009, 79, Host, QByteArray(4000, 'a'), 48);
     QTest::newRow("invalid utf-8") << datagram(1, 1009, 79, Host, "Bu\xff");
     QTest::newRow("overlong slash") << datagram(1, 1009, 79, Host, "\xc0\xaf");
     QTest::newRow("utf-16 surrogate") << datagram(1, 1009, 79, Host, "\xed\xa0\x80");
-    QTest::newRow("cut character") << datagram(1, 1009, 79, Host, "Zo\xc3");
     QTest::newRow("nul in name") << datagram(1, 1009, 79, Host, QByteArray("Bu\0di", 5));
     QTest::newRow("line break in name") << datagram(1, 1009, 79, Host, "Bu\r\ndi");
-    QTest::newRow("escape in name") << datagram(1, 1009, 79, Host, "\x1b[2J");
     QTest::newRow("C1 control") << datagram(1, 1009, 79, Host, "\xc2\x85");
     QTest::newRow("line separator") << datagram(1, 1009, 79, Host, "\xe2\x80\xa8");
     QTest::newRow("byte-order mark") << datagram(1, 1009, 79, Host, "\xef\xbb\xbf" "Budi");
@@ -127,8 +119,6 @@ void TestLanAnnouncement::encodeGivesWhatParseAccepts_data()
                                            << QString(47, u'a');
     QTest::newRow("never splits a surrogate pair")
         << QString(46, u'a') + QString::fromUcs4(U"\U0001F600") << QString(46, u'a');
-    QTest::newRow("emoji fits") << QString(44, u'a') + QString::fromUcs4(U"\U0001F600")
-                                << QString(44, u'a') + QString::fromUcs4(U"\U0001F600");
 }
 
 void TestLanAnnouncement::encodeGivesWhatParseAccepts()

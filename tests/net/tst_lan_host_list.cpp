@@ -80,8 +80,6 @@ class TestLanHostList : public QObject
 private slots:
     void keepsWhatItMayTrust_data();
     void keepsWhatItMayTrust();
-    void subnets_data();
-    void subnets();
     void destination_data();
     void destination();
     void holdsAtMostMaxHosts();
@@ -152,37 +150,6 @@ void TestLanHostList::keepsWhatItMayTrust()
         changed += list.take(h.datagram, h.source) ? 1 : 0;
     QCOMPARE(entries(list), listed);
     QCOMPARE(changed, changes);
-}
-
-void TestLanHostList::subnets_data()
-{
-    QTest::addColumn<QList<QNetworkAddressEntry>>("interfaces");
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<bool>("inside");
-
-    const QList<QNetworkAddressEntry> lan{entry("198.18.0.1", 24, "198.18.0.255")};
-    QTest::newRow("first of the subnet") << lan << "198.18.0.0" << true;
-    QTest::newRow("last of the subnet") << lan << "198.18.0.255" << true;
-    QTest::newRow("next subnet") << lan << "198.18.1.0" << false;
-    QTest::newRow("one below") << lan << "198.17.255.255" << false;
-    QTest::newRow("loopback without lo") << lan << "127.0.0.1" << false;
-    QTest::newRow("loopback with lo")
-        << QList<QNetworkAddressEntry>{entry("127.0.0.1", 8, nullptr)} << "127.0.0.7" << true;
-    QTest::newRow("a /32 holds only itself")
-        << QList<QNetworkAddressEntry>{entry("100.64.0.9", 32, nullptr)} << "100.64.0.10" << false;
-    QTest::newRow("a /0 is no LAN")
-        << QList<QNetworkAddressEntry>{entry("198.18.0.1", 0, nullptr)} << "203.0.113.5" << false;
-    QTest::newRow("IPv6 entries are no IPv4 subnet")
-        << QList<QNetworkAddressEntry>{entry("::", 0, nullptr)} << "203.0.113.5" << false;
-}
-
-void TestLanHostList::subnets()
-{
-    QFETCH(QList<QNetworkAddressEntry>, interfaces);
-    QFETCH(QString, source);
-    QFETCH(bool, inside);
-    QCOMPARE(LocalSubnets::fromEntries(interfaces).contains(QHostAddress(source).toIPv4Address()),
-             inside);
 }
 
 void TestLanHostList::destination_data()
