@@ -70,11 +70,11 @@ DORVALA_DRIVE_C="$work/lan" "$bin" --host --name Budi &
 xdotool windowmove "$(window "Host IP")" 1250 450   # out of the picture
 DORVALA_DRIVE_C="$work/t" "$bin" &
 window "^Dorvala Online$" > /dev/null; sleep 4.5
-xdotool mousemove 570 404 click 1; sleep 1
+xdotool mousemove 580 12 click 1; sleep 1
 settings=$(window "Pengaturan Dorvala Online")
 xdotool windowmove "$settings" 650 0; sleep 0.3
 xdotool mousemove 850 60 click 1 type "198.18.0.3"; sleep 0.3
-xdotool mousemove 850 140 click 1 type "Budi"; sleep 0.5
+xdotool mousemove 850 183 click 1 type "Budi"; sleep 0.5
 import -window root -crop 1100x440+0+0 "$out/settings.png"
 xdotool key Escape; xdotool windowclose "$settings" 2>/dev/null || true; sleep 0.3
 xdotool mousemove 70 380 click 1; sleep 2

@@ -116,7 +116,7 @@ void Program::start(const Options &options)
     TitleScreen *title = m_screens.openi();
     title->show();
     // Values left out of the settings are told on stderr at the start, not when first used.
-    QTimer::singleShot(0, this, [] { Settings::game(); });
+    QTimer::singleShot(500, this, [] { Settings::game(); });
     if (options.host || !options.join.isEmpty()) {
         // After the title window is up, as a player's click would come.
         QTimer::singleShot(0, this, [this, options] { quickStart(options); });

@@ -26,7 +26,9 @@ const char *const kScreen =
     "QCheckBox { color: #f4ead5; background: transparent; font-size: 12px; spacing: 7px; }"
     "QCheckBox::indicator { width: 13px; height: 13px; border: 2px solid #d9ae55;"
     " border-radius: 3px; background: #082a2c; }"
-    "QCheckBox::indicator:checked { background: #f0b443; }";
+    "QCheckBox::indicator:checked { background: qradialgradient(cx:0.5, cy:0.5, radius:0.6,"
+    " stop:0 #fff6c8, stop:0.45 #f0b443, stop:0.55 #082a2c, stop:1 #082a2c); }"
+    "QCheckBox::indicator:hover { border-color: #ffd67a; }";
 
 QLabel *heading(const QString &text, QWidget *parent)
 {
@@ -133,7 +135,7 @@ SettingsScreen::SettingsScreen(QWidget *parent)
     });
     connect(cancelButton, &QPushButton::clicked, this, &QWidget::close);
 
-    resize(440, 430);
+    resize(440, 380);
 }
 
 QLineEdit *SettingsScreen::addField(QGridLayout *grid, const QString &name, const QString &caption,

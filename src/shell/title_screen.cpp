@@ -115,7 +115,7 @@ void TitleScreen::openMakerPage()
     // it costs the first frame nothing.
     m_settings = new QPushButton(QStringLiteral("\u2699 Pengaturan"), this);
     m_settings->setObjectName(QStringLiteral("Settings"));
-    m_settings->setGeometry(516, 393, 112, 22);
+    m_settings->setGeometry(526, 3, 108, 20);
     m_settings->setStyleSheet(GameStyle::pushButtons());
     m_settings->setCursor(Qt::PointingHandCursor);
     m_settings->stackUnder(m_dk);

@@ -228,11 +228,13 @@ SYSTEM_SETTINGS = "/etc/xdg/Pobrek/dorvala.conf"
 def system_registry(ctx, o):
     """An administrator names the registry once, in the system-wide file; players set nothing."""
     kept = open(SYSTEM_SETTINGS, "rb").read() if os.path.exists(SYSTEM_SETTINGS) else None
+    folder = os.path.dirname(SYSTEM_SETTINGS)
+    made_folder = not os.path.isdir(folder)
     try:
         with Lan("sysreg", ctx.program, ctx.work, ctx.logs) as lan:
             registry = lan.registry()
             url, lan.registry_url = lan.registry_url, None  # no DORVALA_FTP_URL for anybody
-            os.makedirs(os.path.dirname(SYSTEM_SETTINGS), exist_ok=True)
+            os.makedirs(folder, exist_ok=True)
             with open(SYSTEM_SETTINGS, "w") as f:
                 f.write("[registry]\nurl=%s\n" % url)
             h = lan.machine("host")
@@ -248,7 +250,10 @@ def system_registry(ctx, o):
                     "and withdrew its entry at its exit")
     finally:
         if kept is None:
-            os.remove(SYSTEM_SETTINGS)
+            if os.path.exists(SYSTEM_SETTINGS):
+                os.remove(SYSTEM_SETTINGS)
+            if made_folder:
+                os.rmdir(folder)
         else:
             with open(SYSTEM_SETTINGS, "wb") as f:
                 f.write(kept)
