@@ -12,7 +12,8 @@ seconds="${1:-60}"
 case "$seconds" in
   '' | *[!0-9]*) echo "usage: scripts/fuzz.sh [seconds] [target...]" >&2; exit 2 ;;
 esac
-all=(fuzz_host_receiver fuzz_join_receiver fuzz_parse_listing fuzz_rtf_reader fuzz_cp1252)
+all=(fuzz_host_receiver fuzz_join_receiver fuzz_parse_listing fuzz_rtf_reader fuzz_cp1252
+     fuzz_lan_announcement)
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] && targets=("${all[@]}")
 for t in "${targets[@]}"; do

@@ -7,9 +7,11 @@
 #   scripts/lan.sh                               build, then run a copy of build/bin that has
 #                                                the capability to bind ports 79 and 1009
 #   scripts/lan.sh --program /usr/bin/dorvala    the installed package instead
-#   scripts/lan.sh match cut                     some cases only (match probe cut noreg gone)
+#   scripts/lan.sh match cut                     some cases only (match probe cut noreg gone
+#                                                lanfind lanhostile)
 #   LAN_NO_BUILD=1 scripts/lan.sh                use the program already built
 #   LAN_LOGS=DIR scripts/lan.sh                  keep every program's output in DIR
+#   LAN_WINDOWS=DIR scripts/lan.sh lanwine      also the Windows program in DIR under Wine
 #
 # Run it as root: it makes network namespaces and gives the copy its file capability.
 set -euo pipefail

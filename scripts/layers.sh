@@ -18,6 +18,8 @@ declare -A level=(
   [dorvala_control]=6 [dorvala_demo]=7 [dorvala_app]=8 [dorvala]=9
 )
 plain=" dorvala_platform_core dorvala_rules dorvala_wire dorvala_model "
+# Network code links QtCore and QtNetwork, nothing with windows.
+networked=" dorvala_net "
 status=0
 # Edge comments read "// from -> to".
 while read -r from to; do
@@ -29,7 +31,7 @@ while read -r from to; do
     echo "$from -> $to$mark"
   elif [[ $plain == *" $from "* && $to == Qt6::* && $to != Qt6::Core && $to != Qt6::moc ]]; then
     echo "$from -> $to   <- a plain layer beyond QtCore"; status=1
-  elif [[ $from == dorvala_net && $to == Qt6::* && $to != Qt6::Core && $to != Qt6::Network && $to != Qt6::moc ]]; then
+  elif [[ $networked == *" $from "* && $to == Qt6::* && $to != Qt6::Core && $to != Qt6::Network && $to != Qt6::moc ]]; then
     echo "$from -> $to   <- the network layer beyond QtCore and QtNetwork"; status=1
   fi
 done < <(sed -n 's@.*// \([^ ]*\) -> \([^ ]*\)$@\1 \2@p' "$out/deps.dot" | sort -u)
@@ -38,7 +40,7 @@ done < <(sed -n 's@.*// \([^ ]*\) -> \([^ ]*\)$@\1 \2@p' "$out/deps.dot" | sort 
 declare -A folder=([rules]=dorvala_rules [wire]=dorvala_wire [model]=dorvala_model
   [platform]=dorvala_platform [net]=dorvala_net [board]=dorvala_board [match]=dorvala_match [lobby]=dorvala_lobby
   [shell]=dorvala_shell [control]=dorvala_control [demo]=dorvala_demo [app]=dorvala_app)
-core=" platform/cp1252.h platform/rtf_reader.h platform/rtf_document.h "
+core=" platform/cp1252.h platform/rtf_reader.h platform/rtf_document.h platform/game_settings.h "
 while IFS=: read -r file header; do
   from=${folder[$(basename "$(dirname "$file")")]}
   to=${folder[${header%%/*}]:-}

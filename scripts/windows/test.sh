@@ -52,6 +52,8 @@ trap cleanup EXIT
 start=$SECONDS
 "$repo/scripts/windows/wine-prefix.sh" "$WINEPREFIX" "$bin"
 export DORVALA_LOCAL_IP=127.0.0.1
+# Each test that hears the LAN takes a free port of its own (see tests/CMakeLists.txt).
+export DORVALA_LAN_PORT=0
 echo "Wine prefix ready in $((SECONDS - start)) s ($("$wine" --version 2>/dev/null))"
 results="$work/results"
 mkdir -p "$results"

@@ -5,6 +5,8 @@
 #include "probe_responder.h"
 #include "probe_sender.h"
 
+#include "net/lan_announcement.h"
+#include "net/lan_host_list.h"
 #include "platform/ftp_transfer.h"
 #include "platform/settings.h"
 
@@ -16,6 +18,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSet>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -42,6 +45,9 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     , Command3(new QPushButton(QStringLiteral("Command3"), this))
     , Hear(new ProbeResponder(this))
     , PingSy(new ProbeSender(this))
+    , lblLan(new QLabel(QStringLiteral("Di jaringan lokal (LAN)"), this))
+    , lstLan(new QListWidget(this))
+    , m_lan(new LanHostList(this))
     , m_connectDeadline(new QTimer(this))
 {
     setObjectName(QStringLiteral("WOL"));
@@ -59,6 +65,8 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     Command3->setObjectName(QStringLiteral("Command3"));
     Hear->setObjectName(QStringLiteral("Hear"));
     PingSy->setObjectName(QStringLiteral("PingSy"));
+    lblLan->setObjectName(QStringLiteral("lblLan"));
+    lstLan->setObjectName(QStringLiteral("lstLan"));
 
     // Registry names and listing chunks are data, never markup.
     Label1->setTextFormat(Qt::PlainText);
@@ -66,10 +74,14 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     QFont heading = Label1->font();
     heading.setBold(true);
     Label1->setFont(heading);
+    lblLan->setTextFormat(Qt::PlainText);
+    lblLan->setFont(heading);
     QFont listFont = lstRemoteFile->font();
     listFont.setPointSizeF(listFont.pointSizeF() * 1.1);
     lstRemoteFile->setFont(listFont);
     lstRemoteFile->setAlternatingRowColors(true);
+    lstLan->setFont(listFont);
+    lstLan->setAlternatingRowColors(true);
     STE->setFrameShape(QFrame::StyledPanel);
     STE->setMinimumHeight(STE->sizeHint().height() + 6);
     STE->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -84,12 +96,14 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     layout->setSpacing(6);
     layout->addWidget(Label1);
     layout->addWidget(m_registryNote);
-    layout->addWidget(lstRemoteFile, 1);
+    layout->addWidget(lstRemoteFile, 2);
+    layout->addWidget(lblLan);
+    layout->addWidget(lstLan, 1);
     layout->addWidget(STE);
     layout->addWidget(ID);
     layout->addLayout(buttons);
     layout->addWidget(Command3);
-    resize(320, 360);
+    resize(320, 460);
 
     connect(m_registry->Inet1(), &FtpTransfer::StateChanged, this,
             &LobbyScreen::Inet1_StateChanged);
@@ -98,7 +112,11 @@ LobbyScreen::LobbyScreen(QWidget *parent)
     connect(Command3, &QPushButton::clicked, this, &LobbyScreen::Command3_Click);
     connect(Command4, &QPushButton::clicked, this, &LobbyScreen::Command4_Click);
     connect(lstRemoteFile, &QListWidget::itemClicked, this, &LobbyScreen::lstRemoteFile_Click);
-    connect(Hear, &ProbeResponder::pongHeard, this, &LobbyScreen::pongHeard);
+    connect(Hear, &ProbeResponder::pongHeard, this, [this](const QString &address) {
+        m_ponged.append(address);
+        emit pongHeard(address);
+    });
+    connect(m_lan, &LanHostList::hostsChanged, this, &LobbyScreen::lan_HostsChanged);
     m_connectDeadline->setSingleShot(true);
     connect(m_connectDeadline, &QTimer::timeout, this, &LobbyScreen::reportListingConnect);
 
@@ -112,6 +130,8 @@ void LobbyScreen::Form_Load()
     List();
     // A probe port that cannot be had only means this machine never answers probes.
     Hear->listen(Settings::probePort());
+    // Likewise a discovery port that cannot be had only leaves the LAN list empty.
+    m_lan->listen(LanAnnouncement::port());
 }
 
 void LobbyScreen::publishHost(const QString &address)
@@ -242,7 +262,8 @@ void LobbyScreen::listingDrained(const QString &response)
     lstRemoteFile->addItems(lines);
     m_listed += lines;
     const QStringList hosts = m_listed;
-    emit hostListChanged(hosts);
+    m_ponged.clear();
+    sendHostList();
     if (!self)
         return;
 
@@ -287,4 +308,41 @@ void LobbyScreen::lstRemoteFile_Click()
 bool LobbyScreen::listenForProbesAlso(quint16 port)
 {
     return Hear->listenAlso(port);
+}
+
+QStringList LobbyScreen::lanHosts() const
+{
+    QStringList entries;
+    for (const LanHost &host : m_lan->hosts())
+        entries.append(lanHostEntry(host, Settings::matchPort(), Settings::probePort()));
+    return entries;
+}
+
+void LobbyScreen::lan_HostsChanged()
+{
+    // List items are plain text: a name is shown as the host sent it, never as markup.
+    lstLan->clear();
+    const QStringList entries = lanHosts();
+    const QList<LanHost> &hosts = m_lan->hosts();
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        lstLan->addItem(hosts.at(i).name.isEmpty()
+                            ? entries.at(i)
+                            : QStringLiteral("%1  (%2)").arg(entries.at(i), hosts.at(i).name));
+    }
+    sendHostList();
+}
+
+// The host list as the setup screen shows it: the registry's entries in listing order, the
+// addresses pongs added since, then the LAN's hosts that are not there already.
+void LobbyScreen::sendHostList()
+{
+    QStringList hosts = m_listed + m_ponged;
+    QSet<QString> seen(hosts.cbegin(), hosts.cend());
+    for (const QString &entry : lanHosts()) {
+        if (!seen.contains(entry)) {
+            seen.insert(entry);
+            hosts.append(entry);
+        }
+    }
+    emit hostListChanged(hosts);
 }

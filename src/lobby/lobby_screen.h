@@ -7,6 +7,7 @@
 
 class FtpTransfer;
 class HostRegistry;
+class LanHostList;
 class ProbeResponder;
 class ProbeSender;
 class QLabel;
@@ -19,6 +20,10 @@ class QTimer;
 // to the setup screen's host list, publishes or withdraws an address by hand, and runs the
 // probe exchange. Loading it (the constructor) configures the three transfers, starts the
 // listing and starts the probe responder.
+//
+// Beside the registry's entries it lists the hosts that announce themselves on this
+// machine's LANs (lstLan); the setup screen's host list gets the registry's entries, then
+// the LAN's that the registry does not hold.
 //
 // The lobby knows nothing of the setup screen: hostListChanged means "clear the host list
 // and add these, in order", pongHeard means "add this address to the host list".
@@ -51,6 +56,9 @@ public:
     HostRegistry *registry() const { return m_registry; }
     // The entries of `lstRemoteFile`, in order.
     QStringList listedHosts() const;
+    // The LAN's hosts as the host list shows them, in the order first heard.
+    QStringList lanHosts() const;
+    LanHostList *lan() const { return m_lan; }
 
     // The plain OK box (default title) of "Hapus" while a delete is under way, shown
     // without waiting for it; tests replace it to read what would be shown.
@@ -76,6 +84,8 @@ private:
     void lstRemoteFile_Click();
     void noteListingOutcome(int state);
     void reportListingConnect();
+    void lan_HostsChanged();
+    void sendHostList();
 
     HostRegistry *m_registry;
     QLabel *Label1;
@@ -89,8 +99,12 @@ private:
     QPushButton *Command3;
     ProbeResponder *Hear;
     ProbeSender *PingSy;
+    QLabel *lblLan;
+    QListWidget *lstLan;
+    LanHostList *m_lan;
 
     QStringList m_listed;  // the entries of lstRemoteFile, in order
+    QStringList m_ponged;  // addresses a pong added to the host list since the last listing
     ConnectOutcome m_listingOutcome = ConnectOutcome::Unknown;
     QTimer *m_connectDeadline;
     bool m_watchingConnect = false;

@@ -13,6 +13,7 @@
 #include "net/address_class.h"
 #include "net/host_address.h"
 #include "net/port_mapper.h"
+#include "net/lan_announcer.h"
 #include "platform/settings.h"
 
 #include <QAbstractSocket>
@@ -45,6 +46,7 @@ void releaseSockets(QWidget *screen)
 Screens::Screens(QObject *parent)
     : QObject(parent)
     , m_mapper(new PortMapper(this))
+    , m_announcer(new LanAnnouncer(this))
 {
     connect(m_mapper, &PortMapper::outcomeChanged, this, &Screens::host_RouterKnown);
     connect(m_mapper, &PortMapper::placeChanged, this, &Screens::host_RouterKnown);
@@ -189,6 +191,8 @@ void Screens::host_Opened(const QString &localAddress)
     LobbyScreen *lobby = reloadLobby();
     lobby->show();
     lobby->hide();
+    // The name follows from startHost, once the screen has it.
+    m_announcer->start(localAddress, Settings::matchPort(), Settings::probePort(), QString());
     m_hostLocal = localAddress;
     m_hostEntry.clear();
 
@@ -257,6 +261,7 @@ void Screens::publishHostEntry(const QString &name)
 void Screens::host_Closing(const QString &localAddress)
 {
     Q_UNUSED(localAddress);
+    m_announcer->stop();
     // What was published goes (nothing, while the router's answer was still awaited), and
     // so do the router's mappings.
     const QString entry = m_hostEntry;
@@ -457,6 +462,7 @@ void Screens::startHost(const QString &name, QPoint position, bool place)
     if (place)
         screen->move(position);
     screen->setOwnName(name);
+    m_announcer->setName(name);
     screen->show();
 }
 

@@ -13,6 +13,7 @@ class AdvertScreen;
 class ChatHistory;
 class HostScreen;
 class JoinScreen;
+class LanAnnouncer;
 class MatchScreen;
 class LobbyScreen;
 class LoginScreen;
@@ -131,4 +132,6 @@ private:
     QPointer<JoinScreen> m_join;
     QPointer<ChatHistory> m_ch;
     QPointer<SettingsScreen> m_settings;
+    // Announces the open host screen on the LAN; outlives every screen.
+    LanAnnouncer *m_announcer;
 };

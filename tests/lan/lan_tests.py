@@ -15,9 +15,13 @@ import sys
 import tempfile
 import time
 
-from lan_cases import CASES
+from lan_cases import CASES as REGISTRY_CASES
+from lan_discovery import CASES as DISCOVERY_CASES
+from lan_wine import CASES as WINE_CASES
 from lan_net import remove_stale, stage_program
 from dorvala_drive import Outcome
+
+CASES = REGISTRY_CASES + DISCOVERY_CASES + WINE_CASES
 
 
 class Context:

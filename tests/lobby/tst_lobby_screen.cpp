@@ -2,6 +2,8 @@
 #include "lobby/lobby_screen.h"
 #include "lobby/probe_responder.h"
 #include "lobby/probe_sender.h"
+#include "net/lan_announcer.h"
+#include "net/lan_host_list.h"
 #include "platform/ftp_transfer.h"
 #include "platform/rtf_document.h"
 #include "platform/settings.h"
@@ -56,6 +58,7 @@ private slots:
 
     void cleanup()
     {
+        qunsetenv("DORVALA_LAN_PORT");
         QDir root(m_server.root());
         for (const QString &name : root.entryList(QDir::Files))
             root.remove(name);
@@ -251,6 +254,60 @@ private slots:
         unloader.start(0);
         QTRY_VERIFY_WITH_TIMEOUT(!guard, Patience);
         QCOMPARE(hostsSeen, 0);
+    }
+
+    void lanHostsBesideTheRegistry_data()
+    {
+        QTest::addColumn<QStringList>("registry");
+        QTest::addColumn<int>("matchPort");  // 0: this machine's
+        QTest::addColumn<QStringList>("hostList");
+        QTest::addColumn<QString>("lanRow");
+
+        QTest::newRow("on the LAN alone") << QStringList{} << 0 << QStringList{"127.0.0.1"}
+                                          << "127.0.0.1  (Budi)";
+        QTest::newRow("in the registry too: listed once")
+            << QStringList{"127.0.0.1", "127.0.0.7"} << 0
+            << QStringList{"127.0.0.1", "127.0.0.7"} << "127.0.0.1  (Budi)";
+        QTest::newRow("other ports: its own entry after the registry's")
+            << QStringList{"127.0.0.1"} << 41009
+            << QStringList{"127.0.0.1", QStringLiteral("127.0.0.1_41009_%1").arg(Settings::probePort())}
+            << QStringLiteral("127.0.0.1_41009_%1  (Budi)").arg(Settings::probePort());
+    }
+
+    void lanHostsBesideTheRegistry()
+    {
+        QFETCH(QStringList, registry);
+        QFETCH(int, matchPort);
+        QFETCH(QStringList, hostList);
+        QFETCH(QString, lanRow);
+        qputenv("DORVALA_LAN_PORT", QByteArray::number(MatchEnv::freePort()));
+        QVERIFY(m_server.addEntries(registry));
+
+        const auto wol = std::make_unique<LobbyScreen>();
+        QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
+        SETTLE(wol->registry()->Inet1());
+        QTRY_VERIFY_WITH_TIMEOUT(!hostLists.isEmpty(), Patience);
+        QStringList sorted = hostLists.last().at(0).toStringList();
+        sorted.sort();
+        QCOMPARE(sorted, registry);
+        const QStringList listed = wol->listedHosts();
+
+        LanAnnouncer host;
+        host.start(QStringLiteral("127.0.0.1"), matchPort ? quint16(matchPort) : Settings::matchPort(),
+                   Settings::probePort(), QStringLiteral("Budi"));
+        auto *lan = wol->findChild<QListWidget *>(QStringLiteral("lstLan"));
+        QTRY_COMPARE_WITH_TIMEOUT(lan->count(), 1, 3000);
+        QCOMPARE(lan->item(0)->text(), lanRow);
+        sorted = hostLists.last().at(0).toStringList();
+        // The registry's entries first, in their order.
+        QCOMPARE(sorted.mid(0, listed.size()), listed);
+        sorted.sort();
+        QCOMPARE(sorted, hostList);
+
+        // A goodbye takes it off at once, long before a silent host would go.
+        host.stop();
+        QTRY_COMPARE_WITH_TIMEOUT(lan->count(), 0, LanHostList::ExpiryMs / 2);
+        QCOMPARE(hostLists.last().at(0).toStringList(), listed);
     }
 
 private:

@@ -7,6 +7,9 @@
 #include "lobby/probe_responder.h"
 #include "match/host_screen.h"
 #include "match/match_socket.h"
+#include "net/lan_announcement.h"
+#include "net/lan_host_list.h"
+#include "platform/settings.h"
 #include "platform/ftp_transfer.h"
 #include "support/ftp_server.h"
 #include "support/match_env.h"
@@ -184,6 +187,26 @@ private slots:
         QVERIFY(!registry->withdrawWaiting());
         QVERIFY(!registry->Inet2()->StillExecuting());
         QVERIFY(!m_ftp.entries().contains(QStringLiteral("127.0.0.1")));
+    }
+
+    void openHostIsHeardOnTheLan()
+    {
+        qputenv("DORVALA_MATCH_PORT", QByteArray::number(MatchEnv::freePort()));
+        qputenv("DORVALA_LAN_PORT", QByteArray::number(MatchEnv::freePort()));
+        m_screens = std::make_unique<Screens>();
+        LanHostList lan;
+        QVERIFY(lan.listen(LanAnnouncement::port()));
+        m_screens->startHost(QStringLiteral("Budi"), {}, false);
+        QTRY_COMPARE_WITH_TIMEOUT(lan.hosts().size(), 1, 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(lan.hosts().first().name, QStringLiteral("Budi"), 3000);
+        QCOMPARE(lan.hosts().first().addressText(), QStringLiteral("127.0.0.1"));
+        QCOMPARE(lan.hosts().first().matchPort, Settings::matchPort());
+        QCOMPARE(lan.hosts().first().probePort, Settings::probePort());
+
+        // Closing the host screen says goodbye: gone long before a silent host would be.
+        m_screens->host()->close();
+        QTRY_COMPARE_WITH_TIMEOUT(lan.hosts().size(), 0, LanHostList::ExpiryMs / 2);
+        qunsetenv("DORVALA_LAN_PORT");
     }
 
 private:
