@@ -11,6 +11,7 @@
 #include "rules/cell.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
+#include "match/practice_screen.h"
 #include "match/match_screen.h"
 #include "match/match_socket.h"
 
@@ -234,7 +235,7 @@ MatchScreen *ControlChannel::matchScreen() const
         return m_screens.host();
     if (m_screens.isLoaded(QStringLiteral("Join")))
         return m_screens.Join();
-    return nullptr;
+    return m_screens.practice();
 }
 
 bool ControlChannel::eventFilter(QObject *watched, QEvent *event)

@@ -85,6 +85,19 @@ void ComputerOpponent::think()
     // Called right after a change that the model has not finished yet (the player's piece
     // is placed before the board locks): the turn is judged when the pause is over.
     m_patience->stop();
+    // Its own words are typed from `LastMsg`, which its move would overwrite mid-word: a
+    // line still being typed is let finish first.
+    Typewriter &bubble = m_model.incoming();
+    if (bubble.isShowing() && bubble.counter() < m_model.LastMsg().size()) {
+        if (!m_waitingForWords) {
+            m_waitingForWords = true;
+            connect(&bubble, &Typewriter::finished, this, [this] {
+                m_waitingForWords = false;
+                think();
+            }, Qt::SingleShotConnection);
+        }
+        return;
+    }
     m_thinking->start(pause());
 }
 

@@ -77,4 +77,5 @@ private:
     QTimer *m_thinking;
     QTimer *m_patience;
     QString m_total = QStringLiteral("0");
+    bool m_waitingForWords = false;
 };

@@ -9,6 +9,7 @@
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
+#include "match/practice_screen.h"
 
 #include <QAbstractSocket>
 #include <QApplication>
@@ -129,6 +130,11 @@ ChatHistory *Screens::CH()
     return m_ch;
 }
 
+PracticeScreen *Screens::practice() const
+{
+    return m_practice;
+}
+
 void Screens::wireMatchScreen(MatchScreen *screen)
 {
     screen->setChatHistory(CH());
@@ -161,7 +167,7 @@ void Screens::host_Closing(const QString &localAddress)
 QList<QWidget *> Screens::loadedScreens() const
 {
     QList<QWidget *> screens;
-    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol, m_host, m_join, m_ch}) {
+    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol, m_host, m_join, m_practice, m_ch}) {
         if (screen)
             screens.append(screen);
     }
@@ -196,6 +202,7 @@ void Screens::unload(QWidget *screen)
     }
     if (screen == m_host) m_host = nullptr;
     if (screen == m_join) m_join = nullptr;
+    if (screen == m_practice) m_practice = nullptr;
     // The deletion waits for the event loop (the screen may be in one of its own handlers
     // right now); what it holds of the network does not.
     releaseSockets(screen);
@@ -326,4 +333,19 @@ void Screens::startJoin(const QString &name, QPoint position, bool place)
         screen->move(position);
     screen->setOwnName(name);
     screen->show();
+}
+
+void Screens::startPractice(ComputerLevel level, MatchSide side, const QString &name, QPoint position,
+                            bool place)
+{
+    if (m_quitting)
+        return;
+    unload(m_practice);
+    m_practice = new PracticeScreen(level, side);
+    wireMatchScreen(m_practice);
+    m_practice->setOwnName(name.isEmpty() ? QStringLiteral("Pemain") : name);
+    m_practice->Form_Load();
+    if (place)
+        m_practice->move(position);
+    m_practice->show();
 }

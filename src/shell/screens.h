@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ai/computer_level.h"
+#include "rules/match_side.h"
+
 #include <QList>
 #include <QString>
 
@@ -14,6 +17,7 @@ class ChatHistory;
 class HostScreen;
 class JoinScreen;
 class MatchScreen;
+class PracticeScreen;
 class LobbyScreen;
 class LoginScreen;
 class TitleScreen;
@@ -51,6 +55,8 @@ public:
     // The join screen reads the address to join from the setup screen's HIP when it loads.
     JoinScreen *Join();
     ChatHistory *CH();
+    // The practice screen that is open, or none: it is made by startPractice alone.
+    PracticeScreen *practice() const;
 
     bool isLoaded(const QString &name) const;
     // Deletes the screen; its close handler does not run.
@@ -77,6 +83,10 @@ public:
     // Nothing opens once closeAllAndQuit has run.
     void startHost(const QString &name, QPoint position, bool place);
     void startJoin(const QString &name, QPoint position, bool place);
+    // Practice against the computer, the player on `side` (Host: O, first). Nothing of the
+    // network is touched. An open practice is closed first, so the choice takes effect.
+    void startPractice(ComputerLevel level, MatchSide side, const QString &name, QPoint position,
+                       bool place);
 
     static void showInternetError(QWidget *parent);
     // The critical-stop message box, shown without waiting for the player's answer; tests
@@ -107,5 +117,6 @@ private:
     QPointer<LobbyScreen> m_wol;
     QPointer<HostScreen> m_host;
     QPointer<JoinScreen> m_join;
+    QPointer<PracticeScreen> m_practice;
     QPointer<ChatHistory> m_ch;
 };
