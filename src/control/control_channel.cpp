@@ -108,6 +108,20 @@ void ControlChannel::handle(const QString &line)
         quit();
         return;
     }
+    if (command == QLatin1String("open") && argument.startsWith(QLatin1String("practice"))) {
+        // open practice LEVEL [O|X]: the computer as the opponent, no network.
+        const QStringList words = argument.split(u' ', Qt::SkipEmptyParts);
+        const std::optional<ComputerLevel> level = ComputerLevels::fromName(words.value(1));
+        const QString mark = words.value(2, QStringLiteral("O")).toUpper();
+        if (!level || words.size() > 3 || (mark != QLatin1String("O") && mark != QLatin1String("X"))) {
+            write(QStringLiteral("error open: open practice mudah|sedang|sempurna [O|X]"));
+            return;
+        }
+        m_screens.startPractice(*level, mark == QLatin1String("X") ? MatchSide::Join : MatchSide::Host,
+                                QString(), {}, false);
+        write(QStringLiteral("ok open practice"));
+        return;
+    }
     if (command == QLatin1String("open")) {
         const QStringList words = argument.split(u' ', Qt::SkipEmptyParts);
         if (words.size() != 2 || (words[0] != QLatin1String("host") && words[0] != QLatin1String("join"))) {

@@ -293,31 +293,6 @@ private slots:
         QCOMPARE_GT(perfectWins, 100);
         QCOMPARE_GT(winsOverRandom, 20);
     }
-
-    void noFreePoint()
-    {
-        MoveChooser chooser(ComputerLevel::Sempurna, 1);
-        QCOMPARE(chooser.choose(Position::fromStates(statesOf("OXO/XOX/XOX"), CellState::o())), -1);
-    }
-
-    void levelNames_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("level");
-        QTest::newRow("mudah") << "mudah" << int(ComputerLevel::Mudah);
-        QTest::newRow("any case") << "SeDang" << int(ComputerLevel::Sedang);
-        QTest::newRow("sempurna") << "sempurna" << int(ComputerLevel::Sempurna);
-        QTest::newRow("unknown") << "hard" << -1;
-        QTest::newRow("empty") << "" << -1;
-    }
-
-    void levelNames()
-    {
-        QFETCH(QString, name);
-        QFETCH(int, level);
-        const std::optional<ComputerLevel> parsed = ComputerLevels::fromName(name);
-        QCOMPARE(parsed ? int(*parsed) : -1, level);
-    }
 };
 
 QTEST_GUILESS_MAIN(ComputerPlayerTest)

@@ -44,7 +44,6 @@ private slots:
         const int host = int(MatchSide::Host);
         const int join = int(MatchSide::Join);
         QTest::newRow("move") << host << "move B2" << "B2" << true;
-        QTest::newRow("move last point") << join << "move C3" << "C3" << true;
         QTest::newRow("chat") << host << "chat hi" << "msg: hi" << false;
         QTest::newRow("total") << join << "total 7" << "$7" << false;
         QTest::newRow("host name") << host << "name Ani" << "OAni" << false;
