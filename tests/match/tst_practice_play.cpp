@@ -89,6 +89,8 @@ private slots:
         // The player takes the worst point each turn until the game is decided.
         for (int turn = 0; turn < 5 && model->game() == MatchModel::Game::Playing; ++turn) {
             QTRY_VERIFY(!model->isLocked() || model->game() == MatchModel::Game::Decided);
+            // The computer's move is judged a moment after it lands, as any move is.
+            QCoreApplication::processEvents();
             if (model->game() == MatchModel::Game::Decided)
                 break;
             const QString cell = worstPoint(*model);

@@ -125,6 +125,7 @@ private slots:
 
         for (int turn = 0; turn < 4 && model.game() == MatchModel::Game::Playing; ++turn) {
             QTRY_VERIFY(!model.isLocked() || model.game() == MatchModel::Game::Decided);
+            QCoreApplication::processEvents();  // the win check that follows each move
             if (model.game() == MatchModel::Game::Decided)
                 break;
             const int before = int(chosen.count());
