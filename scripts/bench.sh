@@ -50,6 +50,7 @@ run lobby env QT_QPA_PLATFORM=offscreen "$bin/bench_lobby" "$entries"
 run match env QT_QPA_PLATFORM=offscreen "$bin/bench_match" "$idle"
 run board env QT_QPA_PLATFORM=offscreen "$bin/bench_board"
 run sound_cues env QT_QPA_PLATFORM=offscreen "$bin/bench_sound_cues" "$idle"
+run computer "$bin/bench_computer"
 load_after="$(cut -d' ' -f1-3 /proc/loadavg)"
 # When and under what load the figures were taken, kept with them for BENCH_TABLE_ONLY.
 if [ -n "${BENCH_TABLE_ONLY:-}" ]; then
@@ -104,6 +105,13 @@ lobby_stall="$(colon lobby '^longest UI stall meanwhile')"
 lobby_probe_stall="$(colon lobby '^longest UI stall while probing')"
 inproc_move="$(awk '/a move from click to the other board/ { print $(NF - 1); exit }' "$logs/match.txt")"
 board_paint="$(awk '/paint the whole board area/ { print $(NF - 1); exit }' "$logs/board.txt")"
+ai_p50="$(after computer '^move choice sempurna' p50)"
+ai_p99="$(after computer '^move choice sempurna' p99)"
+ai_max="$(after computer '^move choice sempurna' max)"
+ai_sedang_p99="$(after computer '^move choice sedang' p99)"
+ai_table="$(colon computer '^perfect table filled')"
+ai_mb="$(colon computer '^memory the table added')"
+ai_p99_ms="$(awk -v v="$ai_p99" 'BEGIN { if (v ~ /^[0-9.]+$/) printf "%.4f", v / 1000000; else print "?" }')"
 cues_idle="$(awk -F'= ' '/idle CPU over/ { split($2, a, " "); print a[1]; exit }' "$logs/sound_cues.txt")"
 
 # ratio A B: A / B to two places; "?" when either is unknown.
@@ -131,6 +139,8 @@ cat <<EOF
 | idle CPU of a connected match over $idle s, joiner | $join_cpu % ($join_sched %) | ≤ 0.2 % of a core | $(meets "$join_cpu" 0.2) |
 | move latency, mover's send to the peer's point drawn, p50 / p99 / max of $lat_count moves | $lat_p50 / $lat_p99 / $lat_max µs | p99 ≤ 1 ms | $(meets "$lat_p99_ms" 1) |
 | of which the way over loopback (send to the peer's read), p50 / p99 | $way_p50 / $way_p99 µs | — | — |
+| computer's move choice, sempurna, every reachable position, p50 / p99 / max (beside the two programs' move above) | $ai_p50 / $ai_p99 / $ai_max ns | p99 < 1 ms | $(meets "$ai_p99_ms" 0.999) |
+| computer's move choice, sedang, p99; sempurna's table filled on first use; memory it adds | $ai_sedang_p99 ns; $ai_table µs; $ai_mb MB | — | — |
 | lobby, $lobby_entries registry entries: host list filled after the listing arrived | $lobby_fill ms | — | — |
 | lobby: longest UI-thread stall while filling / while probing | $lobby_stall / $lobby_probe_stall ms | ≤ 50 ms | $(meets "$(awk -v a="$lobby_stall" -v b="$lobby_probe_stall" 'BEGIN { print (a > b ? a : b) }')" 50) |
 | in one process: a move from click to the other board, median | $inproc_move µs | — | — |

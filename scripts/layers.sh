@@ -12,12 +12,12 @@ cmake --graphviz="$out/deps.dot" "$build" > "$out/graphviz.log" 2>&1 || { cat "$
 # Lowest first; a library may link only those on lower levels.
 declare -A level=(
   [dorvala_platform_core]=0 [dorvala_rules]=0
-  [dorvala_wire]=1 [dorvala_platform]=1 [dorvala_net]=1
+  [dorvala_wire]=1 [dorvala_ai]=1 [dorvala_platform]=1 [dorvala_net]=1
   [dorvala_model]=2 [dorvala_lobby]=2
   [dorvala_board]=3 [dorvala_match]=4 [dorvala_shell]=5
   [dorvala_control]=6 [dorvala_demo]=7 [dorvala_app]=8 [dorvala]=9
 )
-plain=" dorvala_platform_core dorvala_rules dorvala_wire dorvala_model "
+plain=" dorvala_platform_core dorvala_rules dorvala_wire dorvala_ai dorvala_model "
 # Network code links QtCore and QtNetwork, nothing with windows.
 networked=" dorvala_net "
 status=0
@@ -37,7 +37,7 @@ while read -r from to; do
 done < <(sed -n 's@.*// \([^ ]*\) -> \([^ ]*\)$@\1 \2@p' "$out/deps.dot" | sort -u)
 
 # The same for what each folder's code includes from the others.
-declare -A folder=([rules]=dorvala_rules [wire]=dorvala_wire [model]=dorvala_model
+declare -A folder=([rules]=dorvala_rules [wire]=dorvala_wire [ai]=dorvala_ai [model]=dorvala_model
   [platform]=dorvala_platform [net]=dorvala_net [board]=dorvala_board [match]=dorvala_match [lobby]=dorvala_lobby
   [shell]=dorvala_shell [control]=dorvala_control [demo]=dorvala_demo [app]=dorvala_app)
 core=" platform/cp1252.h platform/rtf_reader.h platform/rtf_document.h platform/game_settings.h "
@@ -50,5 +50,5 @@ while IFS=: read -r file header; do
     echo "$file includes $header   <- points up"; status=1
   fi
 done < <(grep -Ho '^#include "[a-z]*/[a-z_0-9]*\.h"' src/*/*.cpp src/*/*.h | sed 's@:#include "@:@; s@"$@@')
-((status == 0)) && echo "layers: every arrow points down (links and includes); rules, wire and model link QtCore only; net QtCore and QtNetwork"
+((status == 0)) && echo "layers: every arrow points down (links and includes); rules, wire, ai and model link QtCore only; net QtCore and QtNetwork"
 exit $status

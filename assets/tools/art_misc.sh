@@ -55,6 +55,15 @@ make_picks() {
   drop_on "$w/pk_l1.png" "$w/pk_so.png" 14 52 70 2 1 2 "$w/pk_l2.png"
   drop_on "$w/pk_l2.png" "$w/pk_sx.png" 82 10 70 2 1 2 "$w/pk_lobby.png"
   save_png "$w/pk_lobby.png" "$PICTURES/Lobby.png"
+
+  # Practice: the O stone before a gold screen, the computer it plays.
+  gold_shape 120 90 "roundrectangle 52,12 108,52 5,5 rectangle 75,52 85,62 roundrectangle 62,61 98,67 3,3" "$w/pk_screen.png"
+  "$IM" -size 120x90 xc:none -fill '#0f3b3e' -stroke '#3a2006' -strokewidth 1 \
+    -draw "roundrectangle 58,18 102,46 3,3" "$w/pk_glass.png"
+  stone O 46 "$w/pk_po.png"
+  "$IM" "$w/card.png" "$w/pk_screen.png" -compose over -composite "$w/pk_glass.png" -compose over -composite "$w/pk_p1.png"
+  drop_on "$w/pk_p1.png" "$w/pk_po.png" 12 34 70 3 2 4 "$w/pk_practice.png"
+  save_png "$w/pk_practice.png" "$PICTURES/Practice.png"
 }
 
 # The studio emblem: a gold medallion holding an O and an X stone.

@@ -41,7 +41,14 @@ Program::Options Program::parse(const QStringList &arguments)
         QStringLiteral("Server daftar tuan rumah, mis. ftp://dorvala@198.18.0.3:2121/ (kosong: tanpa "
                        "server daftar); mengalahkan DORVALA_FTP_URL dan Pengaturan."),
         QStringLiteral("URL"));
-    parser.addOptions({help, version, host, join, name, demo, control, registry});
+    const QCommandLineOption computer(
+        QStringLiteral("computer"),
+        QStringLiteral("Langsung berlatih melawan komputer: mudah, sedang atau sempurna."),
+        QStringLiteral("LEVEL"));
+    const QCommandLineOption mark(QStringLiteral("mark"),
+                                  QStringLiteral("Saat berlatih: O (jalan duluan, bawaan) atau X."),
+                                  QStringLiteral("O|X"));
+    parser.addOptions({help, version, host, join, name, demo, control, registry, computer, mark});
     // The parser names the program only once the application object exists, and the
     // command line is read before that.
     QString program = QFileInfo(arguments.value(0)).fileName();
@@ -75,7 +82,26 @@ Program::Options Program::parse(const QStringList &arguments)
         options.registry = parser.value(registry).isNull() ? QStringLiteral("") : parser.value(registry);
     options.demo = parser.value(demo);
     options.control = parser.isSet(control);
-    if (options.host && parser.isSet(join)) {
+    if (parser.isSet(computer))
+        options.computer = ComputerLevels::fromName(parser.value(computer));
+    const QString markText = parser.value(mark).toUpper();
+    options.playX = markText == QLatin1String("X");
+    if (parser.isSet(computer) && !options.computer) {
+        options.ok = false;
+        options.message = QStringLiteral("--computer membutuhkan tingkat: mudah, sedang atau sempurna.\n")
+                          + helpText();
+    } else if (parser.isSet(mark) && markText != QLatin1String("O") && markText != QLatin1String("X")) {
+        options.ok = false;
+        options.message = QStringLiteral("--mark membutuhkan O atau X.\n") + helpText();
+    } else if (parser.isSet(mark) && !options.computer) {
+        options.ok = false;
+        options.message = QStringLiteral("--mark hanya untuk --computer.\n") + helpText();
+    } else if (options.computer && (options.host || parser.isSet(join) || parser.isSet(demo))) {
+        options.ok = false;
+        options.message = QStringLiteral("--computer bermain tanpa jaringan: tanpa --host, --join "
+                                         "atau --demo.\n")
+                          + helpText();
+    } else if (options.host && parser.isSet(join)) {
         options.ok = false;
         options.message = QStringLiteral("Pilih salah satu: --host atau --join.\n") + helpText();
     } else if (parser.isSet(join) && options.join.isEmpty()) {
@@ -112,6 +138,13 @@ void Program::start(const Options &options)
         m_control = new ControlChannel(m_screens, this);
         if (!m_control->listenOnStandardInput())
             std::fputs("--control: standard input cannot be watched here\n", stderr);
+    }
+    if (options.computer) {
+        // Straight to the board: the setup screen would reach for the registry, and practice
+        // needs no network at all.
+        m_screens.startPractice(*options.computer, options.playX ? MatchSide::Join : MatchSide::Host,
+                                options.name, {}, false);
+        return;
     }
     TitleScreen *title = m_screens.openi();
     title->show();

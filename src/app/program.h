@@ -1,6 +1,10 @@
 #pragma once
 
+#include "ai/computer_level.h"
+
 #include <QObject>
+
+#include <optional>
 #include <QString>
 
 class ControlChannel;
@@ -21,6 +25,8 @@ public:
         bool nameGiven = false;  // --name was given (else the settings' player name stands)
         QString registry;  // --registry URL (null: not given; empty: no registry)
         QString demo;    // folder for the self-play demo's screenshots
+        std::optional<ComputerLevel> computer;  // practice against the computer at this level
+        bool playX = false;    // in practice, the player takes X and the computer opens
         bool control = false;  // commands on standard input, events on standard output
         bool ok = true;  // false: the command line was wrong; `message` says why
         bool exitNow = false;  // --help or --version: print `message` and end

@@ -11,6 +11,7 @@
 #include "rules/cell.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
+#include "match/practice_screen.h"
 #include "match/match_screen.h"
 #include "match/match_socket.h"
 
@@ -105,6 +106,20 @@ void ControlChannel::handle(const QString &line)
     if (command == QLatin1String("quit")) {
         write(QStringLiteral("ok quit"));
         quit();
+        return;
+    }
+    if (command == QLatin1String("open") && argument.startsWith(QLatin1String("practice"))) {
+        // open practice LEVEL [O|X]: the computer as the opponent, no network.
+        const QStringList words = argument.split(u' ', Qt::SkipEmptyParts);
+        const std::optional<ComputerLevel> level = ComputerLevels::fromName(words.value(1));
+        const QString mark = words.value(2, QStringLiteral("O")).toUpper();
+        if (!level || words.size() > 3 || (mark != QLatin1String("O") && mark != QLatin1String("X"))) {
+            write(QStringLiteral("error open: open practice mudah|sedang|sempurna [O|X]"));
+            return;
+        }
+        m_screens.startPractice(*level, mark == QLatin1String("X") ? MatchSide::Join : MatchSide::Host,
+                                QString(), {}, false);
+        write(QStringLiteral("ok open practice"));
         return;
     }
     if (command == QLatin1String("open")) {
@@ -234,7 +249,7 @@ MatchScreen *ControlChannel::matchScreen() const
         return m_screens.host();
     if (m_screens.isLoaded(QStringLiteral("Join")))
         return m_screens.Join();
-    return nullptr;
+    return m_screens.practice();
 }
 
 bool ControlChannel::eventFilter(QObject *watched, QEvent *event)

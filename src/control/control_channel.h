@@ -21,7 +21,7 @@ class StandardInput;
 //   click CELL | button NAME | type TEXT | enter | chat TEXT (type, then Enter)
 //   send ("Send") | restart ("Restart") | close ("Close") | shot FILE.png | state
 //   move X Y | open host NAME | open join NAME (a match screen without the setup screen,
-//   for a machine without a registry) | dismiss (the default button of the message box
+//   for a machine without a registry) | open practice LEVEL [O|X] (against the computer) | dismiss (the default button of the message box
 //   shown) | quit (every screen closed as from its title bar)
 //
 // Answers: "ok <command>[ <detail>]", "error <command>: <why>", "state <one-line JSON>".

@@ -189,10 +189,7 @@ void MatchScreen::bindModel()
     showNames();
     connect(m_model, &MatchModel::namesChanged, this, showNames);
     connect(m_model, &MatchModel::opponentTotalChanged, WRL2, &QLabel::setText);
-    connect(m_model, &MatchModel::ownTotalChanged, this, [this](const QString &total) {
-        if (!m_scoreFile.store(total))
-            showStatus(m_scoreFile.notice());
-    });
+    connect(m_model, &MatchModel::ownTotalChanged, this, &MatchScreen::keepOwnTotal);
     connect(m_model, &MatchModel::happened, this, [this](GameEvent event) {
         cue(MatchCues::forEvent(event));
     });
@@ -299,6 +296,12 @@ void MatchScreen::loadScore()
     if (!m_scoreFile.notice().isEmpty())
         showStatus(m_scoreFile.notice());
     m_model->setWR(m_scoreFile.text());
+}
+
+void MatchScreen::keepOwnTotal(const QString &total)
+{
+    if (!m_scoreFile.store(total))
+        showStatus(m_scoreFile.notice());
 }
 
 void MatchScreen::data_DataArrival()

@@ -63,6 +63,9 @@ protected:
 
     virtual void loadSteps() = 0;
     virtual void unloadSteps() {}
+    // Where the own total goes at each change: the score file, unless the screen keeps it
+    // elsewhere.
+    virtual void keepOwnTotal(const QString &total);
     virtual void data_Close();
 
     // Shared pieces of the load steps.

@@ -1,5 +1,7 @@
 #include "match_model.h"
 
+#include "model/opponent.h"
+#include "model/wire_peer.h"
 #include "rules/cell.h"
 #include "rules/cell_state.h"
 #include "rules/move_rules.h"
@@ -34,10 +36,30 @@ MatchModel::MatchModel(MatchSide side, QObject *parent)
 
     m_Senddata->setObjectName(QStringLiteral("Senddata"));
     m_Senddata->setSingleShot(true);
-    connect(m_Senddata, &QTimer::timeout, this, [this] { send(WireMessage::score(m_WR)); });
+    connect(m_Senddata, &QTimer::timeout, this, [this] {
+        if (m_opponent)
+            m_opponent->totalSent(m_WR);
+    });
     m_SD->setObjectName(QStringLiteral("SD"));
     m_SD->setSingleShot(true);
-    connect(m_SD, &QTimer::timeout, this, [this] { send(WireMessage::joinerName(m_Xname)); });
+    connect(m_SD, &QTimer::timeout, this, [this] {
+        if (m_opponent)
+            m_opponent->nameSent(m_Xname);
+    });
+}
+
+void MatchModel::setOpponent(Opponent *opponent)
+{
+    if (m_opponent && m_opponent->parent() == this)
+        m_opponent->deleteLater();
+    m_opponent = opponent;
+    if (m_opponent && !m_opponent->parent())
+        m_opponent->setParent(this);
+}
+
+void MatchModel::setSender(Sender sender)
+{
+    setOpponent(new WirePeer(m_side, std::move(sender), this));
 }
 
 void MatchModel::LockBoard()
@@ -84,7 +106,8 @@ void MatchModel::click(int index)
     // The mark is written before the move is sent, and the board locks only after.
     m_board.setState(index, m_XO);
     m_LastMsg = Cell::name(index);
-    send(WireMessage::move(m_LastMsg), true);
+    if (m_opponent)
+        m_opponent->movePlaced(index);
     LockBoard();
     emit happened(GameEvent::PiecePlaced);
 }
@@ -146,6 +169,7 @@ void MatchModel::announce(const WinResult &result)
     if (result.ownChange != 0)
         setWR(TotalText::add(m_WR, result.ownChange));
     emit happened(result.local ? GameEvent::Won : GameEvent::Lost);
+    emit decided(result);
 }
 
 void MatchModel::restart()
@@ -157,7 +181,8 @@ void MatchModel::restart()
 
 void MatchModel::orderRestart()
 {
-    send(WireMessage::restart());
+    if (m_opponent)
+        m_opponent->restartOrdered();
     restart();
 }
 
@@ -168,28 +193,26 @@ void MatchModel::receive(const QString &message)
     for (const WireEffect &effect : WireReceiver::effects(m_side, message)) {
         switch (effect.kind) {
         case Kind::OpponentTotal:
-            m_WRL2 = effect.text;
-            emit opponentTotalChanged(m_WRL2);
+            opponentTotal(effect.text);
             break;
         case Kind::ReplyScore:
             m_Senddata->start(ScoreReplyDelay);
             break;
         case Kind::SendScore:
-            send(WireMessage::score(m_WR));
+            if (m_opponent)
+                m_opponent->totalSent(m_WR);
             break;
         case Kind::Restart:
             restart();
             break;
         case Kind::Chat:
-            m_incoming->start();
-            emit happened(GameEvent::ChatReceived);
+            chatArrived();
             break;
         case Kind::LogChat:
             emit chatLogged(m_Xname + QStringLiteral(": ") + effect.text + QStringLiteral("\r\n"));
             break;
         case Kind::OpponentName:
-            (m_side == MatchSide::Host ? m_Xname : m_Oname) = effect.text;
-            emit namesChanged();
+            opponentNamed(effect.text);
             break;
         case Kind::Move:
             receiveMove();
@@ -198,12 +221,47 @@ void MatchModel::receive(const QString &message)
     }
 }
 
+void MatchModel::chatArrived()
+{
+    m_incoming->start();
+    emit happened(GameEvent::ChatReceived);
+}
+
+void MatchModel::opponentMoved(int index)
+{
+    if (index < 0 || index >= Cell::Count)
+        return;
+    m_LastMsg = Cell::name(index);
+    receiveMove();
+}
+
+void MatchModel::opponentChatted(const QString &text)
+{
+    const QString line = WireMessage::chat(text);
+    m_LastMsg = line;
+    chatArrived();
+    if (m_side == MatchSide::Host)
+        emit chatLogged(m_Xname + QStringLiteral(": ") + line.mid(4) + QStringLiteral("\r\n"));
+}
+
+void MatchModel::opponentTotal(const QString &total)
+{
+    m_WRL2 = total;
+    emit opponentTotalChanged(m_WRL2);
+}
+
+void MatchModel::opponentNamed(const QString &name)
+{
+    (m_side == MatchSide::Host ? m_Xname : m_Oname) = name;
+    emit namesChanged();
+}
+
 bool MatchModel::sendChat(const QString &text)
 {
     if (text.isEmpty())
         return false;
     const QString line = WireMessage::chat(text);
-    if (!send(line))
+    if (!m_opponent || !m_opponent->chatSent(text))
         return false;
     // Only the host keeps a log; the joiner's own lines never reach its history.
     if (m_side == MatchSide::Host)
@@ -215,7 +273,8 @@ bool MatchModel::sendChat(const QString &text)
 
 void MatchModel::accepted()
 {
-    send(WireMessage::hostName(m_Oname));
+    if (m_opponent)
+        m_opponent->nameSent(m_Oname);
     setLink(Link::Connected);
     setCover(false, false, m_infox);
     emit happened(GameEvent::OpponentArrived);
@@ -223,7 +282,8 @@ void MatchModel::accepted()
 
 void MatchModel::connected()
 {
-    send(WireMessage::score(m_WR));
+    if (m_opponent)
+        m_opponent->totalSent(m_WR);
     setLink(Link::Connected);
     m_SD->start(NameDelay);
 }
@@ -242,11 +302,6 @@ void MatchModel::cover(const QString &sentence)
 void MatchModel::showTrans()
 {
     setCover(true, m_infoxShown, m_infox);
-}
-
-bool MatchModel::send(const QString &message, bool now)
-{
-    return m_send && m_send(message, now);
 }
 
 void MatchModel::setCover(bool trans, bool infox, const QString &text)

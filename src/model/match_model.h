@@ -12,6 +12,7 @@
 
 #include <functional>
 
+class Opponent;
 class QTimer;
 
 // The state of one match as one screen sees it, and everything the game does to it: the
@@ -20,8 +21,10 @@ class QTimer;
 // cover over the board (`trans`, `infox`), and whether the peer is there. A screen shows
 // this and turns clicks and socket events into calls; it keeps nothing of its own.
 //
-// Every change is announced by a signal. Messages leave through the sender the screen
-// sets; what the player should hear comes as a GameEvent.
+// Every change is announced by a signal. What the local player does reaches the opponent
+// (Opponent: the network peer or the computer) in typed calls; what the opponent does comes
+// in through receive() (the peer's messages as they arrived) or the typed opponent*() calls.
+// What the player should hear comes as a GameEvent.
 class MatchModel : public QObject
 {
     Q_OBJECT
@@ -30,8 +33,8 @@ public:
     enum class Game { Playing, Decided };
     // Host: waiting for a joiner. Joiner: connecting. Then the peer is there, then gone.
     enum class Link { Waiting, Connected, Closed };
-    // Sends one message; `now` asks for it to leave before the screen repaints. False when
-    // there is nobody to send it to.
+    // Sends one wire message; `now` asks for it to leave before the screen repaints. False
+    // when there is nobody to send it to.
     using Sender = std::function<bool(const QString &message, bool now)>;
 
     static constexpr int ScoreReplyDelay = 10;  // `Senddata`
@@ -39,7 +42,11 @@ public:
 
     explicit MatchModel(MatchSide side, QObject *parent = nullptr);
 
-    void setSender(Sender sender) { m_send = std::move(sender); }
+    // The opponent, from now on; the model owns it unless it has a parent already.
+    void setOpponent(Opponent *opponent);
+    Opponent *opponent() const { return m_opponent; }
+    // A network peer (WirePeer) that hands its messages to `sender`.
+    void setSender(Sender sender);
 
     MatchSide side() const { return m_side; }
     Board &board() { return m_board; }
@@ -97,6 +104,13 @@ public:
     // bubble. False, with nothing else done, when it could not be sent.
     bool sendChat(const QString &text);
 
+    // The opponent's doings, typed, for an opponent that is no wire. Each leaves `LastMsg`
+    // as the same message from a peer would, so the screens show the same.
+    void opponentMoved(int index);
+    void opponentChatted(const QString &text);
+    void opponentTotal(const QString &total);
+    void opponentNamed(const QString &name);
+
     // Host: a joiner was accepted. Joiner: the connection is made.
     void accepted();
     void connected();
@@ -116,11 +130,13 @@ signals:
     void coverChanged();
     void linkChanged(Link link);
     void happened(GameEvent event);
+    // A pattern scored and the game is decided (after its announcements).
+    void decided(const WinResult &result);
     // Host: a line for the chat history, CR LF included.
     void chatLogged(const QString &line);
 
 private:
-    bool send(const QString &message, bool now = false);
+    void chatArrived();
     void scheduleWinCheck();
     void announce(const WinResult &result);
     void setCover(bool trans, bool infox, const QString &text);
@@ -128,7 +144,7 @@ private:
     void setLocked(bool locked);
 
     const MatchSide m_side;
-    Sender m_send;
+    Opponent *m_opponent = nullptr;
     Board m_board;
     QString m_XO;
     bool m_locked = false;

@@ -51,7 +51,7 @@ public:
     const QStringList &problems() const { return m_problems; }
 
     static constexpr int MaxNameLength = 32;
-    static constexpr int MaxComputerDelayMs = 5000;
+    static constexpr int MaxComputerDelayMs = 10000;
 
 private:
     bool readText(const QSettings &settings, const char *key, QString *value);

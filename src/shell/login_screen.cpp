@@ -23,14 +23,19 @@ const char *const kText = "color: #f4ead5; background: transparent; font-size: 1
 const char *const kAdvice = "color: #b9cfc9; background: transparent; font-size: 11px;"
                             " font-style: italic;";
 
-// The painted background is drawn for this grid: a field column beside the labels,
-// three choice columns centred on the felt, and the image buttons under those columns.
+// The painted background is drawn for this grid: a field column beside the labels, four
+// choice columns across the felt (the practice one with its level under it), and the image
+// buttons under the first three.
 constexpr int LabelX = 24;
 constexpr int FieldX = 170;
 constexpr int FieldWidth = 160;
 constexpr int RowHeight = 24;
-constexpr int ChoiceXs[] = {27, 180, 333};
-constexpr int ChoiceY = 90;
+constexpr int ButtonXs[] = {27, 180, 333};
+constexpr int ChoiceXs[] = {26, 138, 250, 362};
+constexpr QSize ChoiceSize{96, 72};
+constexpr int ChoiceY = 86;
+constexpr int CaptionWidth = 110;
+const char *const kChoiceCaption = "color: #f4ead5; background: transparent; font-size: 11px;";
 
 QLabel *caption(QWidget *parent, const QString &name, const QString &text, const QRect &at)
 {
@@ -104,12 +109,22 @@ LoginScreen::LoginScreen(Screens &screens)
                       QStringLiteral("Gabung Permainan"), ChoiceXs[1]);
     m_image3 = choice(QStringLiteral("Image3"), QStringLiteral("Lobby"),
                       QStringLiteral("Cari Lawan Online"), ChoiceXs[2]);
+    m_image4 = choice(QStringLiteral("Image4"), QStringLiteral("Practice"),
+                      QStringLiteral("Lawan Komputer"), ChoiceXs[3]);
+    m_level = new QComboBox(this);
+    m_level->setObjectName(QStringLiteral("Level"));
+    m_level->setToolTip(QStringLiteral("Tingkat komputer"));
+    for (ComputerLevel level : {ComputerLevel::Mudah, ComputerLevel::Sedang, ComputerLevel::Sempurna})
+        m_level->addItem(ComputerLevels::title(level), int(level));
+    m_level->setCurrentIndex(1);
+    m_level->setGeometry(ChoiceXs[3] + (ChoiceSize.width() - CaptionWidth) / 2,
+                         ChoiceY + ChoiceSize.height() + 26, CaptionWidth, 22);
     m_shape1 = new QFrame(this);
     m_shape1->setObjectName(QStringLiteral("Shape1"));
     m_shape1->setStyleSheet(QStringLiteral("border: 3px solid #ffd75e; border-radius: 8px;"
                                            "background: transparent;"));
     m_shape1->setAttribute(Qt::WA_TransparentForMouseEvents);
-    m_shape1->resize(m_image1->size() + QSize(8, 8));
+    m_shape1->resize(ChoiceSize + QSize(8, 8));
     moveMarkerTo(m_image1);
 
     // The option buttons sit on the rows of the two boxes they switch.
@@ -132,6 +147,13 @@ LoginScreen::LoginScreen(Screens &screens)
     m_option2 = new QRadioButton(QStringLiteral("Join Game"), this);
     m_option2->setObjectName(QStringLiteral("Option2"));
     m_option2->setGeometry(348, 256, 110, RowHeight);
+    // Which mark the player takes against the computer: O opens the game.
+    m_mark = new QComboBox(this);
+    m_mark->setObjectName(QStringLiteral("Mark"));
+    m_mark->addItem(QStringLiteral("Main O"), QStringLiteral("O"));
+    m_mark->addItem(QStringLiteral("Main X"), QStringLiteral("X"));
+    m_mark->setToolTip(QStringLiteral("Melawan komputer: O jalan duluan"));
+    m_mark->setGeometry(348, 284, 110, RowHeight);
     for (QRadioButton *option : {m_option1, m_option2})
         option->setStyleSheet(GameStyle::optionButtons());
     connect(m_option1, &QRadioButton::clicked, this, &LoginScreen::Option1_Click);
@@ -147,11 +169,11 @@ LoginScreen::LoginScreen(Screens &screens)
             &QPushButton::clicked, &m_screens, &Screens::showSettings);
 
     m_play = new ImageButton(QStringLiteral("T1"), QStringLiteral("Play"), QStringLiteral("Mulai"),
-                             {ChoiceXs[0], 353, 121, 41}, this);
+                             {ButtonXs[0], 353, 121, 41}, this);
     m_quit = new ImageButton(QStringLiteral("T2"), QStringLiteral("Quit"),
-                             QStringLiteral("Cari TR"), {ChoiceXs[1], 353, 121, 41}, this);
+                             QStringLiteral("Cari TR"), {ButtonXs[1], 353, 121, 41}, this);
     m_about = new ImageButton(QStringLiteral("T3"), QStringLiteral("About"),
-                              QStringLiteral("Keluar"), {ChoiceXs[2], 353, 121, 41}, this);
+                              QStringLiteral("Keluar"), {ButtonXs[2], 353, 121, 41}, this);
     connect(m_play, &ImageButton::clicked, this, &LoginScreen::Play_Click);
     connect(m_quit, &ImageButton::clicked, this, &LoginScreen::Quit_Click);
     connect(m_about, &ImageButton::clicked, this, &LoginScreen::About_Click);
@@ -167,7 +189,7 @@ QLabel *LoginScreen::choice(const QString &name, const QString &picture, const Q
 {
     auto *image = new ChoiceImage(this);
     image->setObjectName(name);
-    image->setGeometry(x, ChoiceY, 120, 90);
+    image->setGeometry(QRect(QPoint(x, ChoiceY), ChoiceSize));
     image->setScaledContents(true);
     image->setPixmap(PictureStore::picture(picture));
     image->setCursor(Qt::PointingHandCursor);
@@ -175,9 +197,14 @@ QLabel *LoginScreen::choice(const QString &name, const QString &picture, const Q
         image->onClick = [this] { Image1_Click(); };
     else if (name == QLatin1String("Image2"))
         image->onClick = [this] { Image2_Click(); };
-    else
+    else if (name == QLatin1String("Image3"))
         image->onClick = [this] { Image3_Click(); };
-    auto *label = caption(this, name + QStringLiteral("Caption"), text, {x - 12, ChoiceY + 94, 144, 18});
+    else
+        image->onClick = [this] { Image4_Click(); };
+    auto *label = caption(this, name + QStringLiteral("Caption"), text,
+                          {x + (ChoiceSize.width() - CaptionWidth) / 2, ChoiceY + ChoiceSize.height() + 7,
+                           CaptionWidth, 16});
+    label->setStyleSheet(QLatin1String(kChoiceCaption));
     label->setAlignment(Qt::AlignCenter);
     return image;
 }
@@ -196,6 +223,7 @@ void LoginScreen::moveMarkerTo(QWidget *image)
 
 void LoginScreen::Image1_Click()
 {
+    m_practice = false;
     m_hostT->setText(QStringLiteral("1"));
     m_ho->setEnabled(false);
     moveMarkerTo(m_image1);
@@ -203,6 +231,7 @@ void LoginScreen::Image1_Click()
 
 void LoginScreen::Image2_Click()
 {
+    m_practice = false;
     m_hostT->setText(QStringLiteral("0"));
     m_ho->setEnabled(true);
     moveMarkerTo(m_image2);
@@ -211,6 +240,23 @@ void LoginScreen::Image2_Click()
 void LoginScreen::Image3_Click()
 {
     m_screens.showLobby();
+}
+
+void LoginScreen::Image4_Click()
+{
+    // The host/join flag stays as it is: practice is a mode of its own beside it.
+    m_practice = true;
+    moveMarkerTo(m_image4);
+}
+
+ComputerLevel LoginScreen::level() const
+{
+    return ComputerLevel(m_level->currentData().toInt());
+}
+
+MatchSide LoginScreen::practiceSide() const
+{
+    return m_mark->currentData().toString() == QLatin1String("X") ? MatchSide::Join : MatchSide::Host;
 }
 
 void LoginScreen::Option1_Click()
@@ -245,6 +291,11 @@ void LoginScreen::hideEvent(QHideEvent *event)
 
 void LoginScreen::Play_Click()
 {
+    if (m_practice) {
+        hide();
+        m_screens.startPractice(level(), practiceSide(), m_un->text(), pos(), true);
+        return;
+    }
     // Only exactly 1 hosts; anything else joins.
     bool ok = false;
     const bool host = m_hostT->text().toDouble(&ok) == 1.0 && ok;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ai/computer_level.h"
+#include "rules/match_side.h"
+
 #include <QWidget>
 
 class ImageButton;
@@ -27,6 +30,8 @@ public:
     void Image1_Click();
     void Image2_Click();
     void Image3_Click();
+    // Practice against the computer, at the level and with the mark chosen beside it.
+    void Image4_Click();
     void Option1_Click();
     void Option2_Click();
     void Play_Click();
@@ -44,6 +49,11 @@ public:
     QLineEdit *hostT() const { return m_hostT; }
     QComboBox *HO() const { return m_ho; }
     QFrame *Shape1() const { return m_shape1; }
+    QComboBox *levelBox() const { return m_level; }
+    QComboBox *markBox() const { return m_mark; }
+    bool practiceChosen() const { return m_practice; }
+    ComputerLevel level() const;
+    MatchSide practiceSide() const;
     ImageButton *button(const QString &zoneName) const;
 
     // The file hosting writes: "C:/-" followed by the player name.
@@ -67,6 +77,10 @@ private:
     QLabel *m_image1;
     QLabel *m_image2;
     QLabel *m_image3;
+    QLabel *m_image4;
+    QComboBox *m_level;
+    QComboBox *m_mark;
+    bool m_practice = false;
     QFrame *m_shape1;
     QComboBox *m_ho;
     QLineEdit *m_hip;

@@ -10,10 +10,12 @@
 #include "match/chat_history.h"
 #include "match/host_screen.h"
 #include "match/join_screen.h"
+#include "match/practice_screen.h"
+#include "model/computer_opponent.h"
 #include "net/address_class.h"
 #include "net/host_address.h"
-#include "net/port_mapper.h"
 #include "net/lan_announcer.h"
+#include "net/port_mapper.h"
 #include "platform/settings.h"
 
 #include <QAbstractSocket>
@@ -21,11 +23,11 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QHostAddress>
-#include <QTimer>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QSignalBlocker>
 #include <QTcpServer>
+#include <QTimer>
 
 namespace {
 
@@ -171,6 +173,11 @@ void Screens::settings_Saved()
         m_login->UN()->setText(Settings::playerName());
 }
 
+PracticeScreen *Screens::practice() const
+{
+    return m_practice;
+}
+
 void Screens::wireMatchScreen(MatchScreen *screen)
 {
     screen->setChatHistory(CH());
@@ -291,8 +298,8 @@ void Screens::waitForRouter(int ms)
 QList<QWidget *> Screens::loadedScreens() const
 {
     QList<QWidget *> screens;
-    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol, m_host, m_join, m_ch,
-                                                                   m_settings}) {
+    for (QWidget *screen : std::initializer_list<QWidget *>{m_openi, m_login, m_abt, m_form1, m_wol, m_host, m_join,
+                                                                   m_practice, m_ch, m_settings}) {
         if (screen)
             screens.append(screen);
     }
@@ -328,6 +335,7 @@ void Screens::unload(QWidget *screen)
     if (screen == m_host) m_host = nullptr;
     if (screen == m_join) m_join = nullptr;
     if (screen == m_settings) m_settings = nullptr;
+    if (screen == m_practice) m_practice = nullptr;
     // The deletion waits for the event loop (the screen may be in one of its own handlers
     // right now); what it holds of the network does not.
     releaseSockets(screen);
@@ -475,4 +483,23 @@ void Screens::startJoin(const QString &name, QPoint position, bool place)
         screen->move(position);
     screen->setOwnName(name);
     screen->show();
+}
+
+void Screens::startPractice(ComputerLevel level, MatchSide side, const QString &name, QPoint position,
+                            bool place)
+{
+    if (m_quitting)
+        return;
+    unload(m_practice);
+    m_practice = new PracticeScreen(level, side);
+    // DORVALA_COMPUTER_DELAY, else the settings' computer/delay_ms; else the computer's own
+    // varied pause.
+    if (const int delay = Settings::computerDelayMs(); delay >= 0)
+        m_practice->computer()->setDelay(delay);
+    wireMatchScreen(m_practice);
+    m_practice->setOwnName(name.isEmpty() ? QStringLiteral("Pemain") : name);
+    m_practice->Form_Load();
+    if (place)
+        m_practice->move(position);
+    m_practice->show();
 }

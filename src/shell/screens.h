@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ai/computer_level.h"
+#include "rules/match_side.h"
+
 #include <QList>
 #include <QString>
 
@@ -15,6 +18,7 @@ class HostScreen;
 class JoinScreen;
 class LanAnnouncer;
 class MatchScreen;
+class PracticeScreen;
 class LobbyScreen;
 class LoginScreen;
 class SettingsScreen;
@@ -55,6 +59,8 @@ public:
     JoinScreen *Join();
     ChatHistory *CH();
     SettingsScreen *settings();
+    // The practice screen that is open, or none: it is made by startPractice alone.
+    PracticeScreen *practice() const;
 
     bool isLoaded(const QString &name) const;
     // Deletes the screen; its close handler does not run.
@@ -84,6 +90,10 @@ public:
     // Nothing opens once closeAllAndQuit has run.
     void startHost(const QString &name, QPoint position, bool place);
     void startJoin(const QString &name, QPoint position, bool place);
+    // Practice against the computer, the player on `side` (Host: O, first). Nothing of the
+    // network is touched. An open practice is closed first, so the choice takes effect.
+    void startPractice(ComputerLevel level, MatchSide side, const QString &name, QPoint position,
+                       bool place);
 
     // After the event loop: waits, within `ms`, for the router to answer the removal of a
     // closed host's port mappings.
@@ -130,6 +140,7 @@ private:
     QPointer<LobbyScreen> m_wol;
     QPointer<HostScreen> m_host;
     QPointer<JoinScreen> m_join;
+    QPointer<PracticeScreen> m_practice;
     QPointer<ChatHistory> m_ch;
     QPointer<SettingsScreen> m_settings;
     // Announces the open host screen on the LAN; outlives every screen.

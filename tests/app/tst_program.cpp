@@ -25,6 +25,9 @@ QString outcome(const Program::Options &options)
         parts << QStringLiteral("demo ") + options.demo;
     if (!options.registry.isNull())
         parts << QStringLiteral("registry ") + (options.registry.isEmpty() ? QStringLiteral("none") : options.registry);
+    if (options.computer)
+        parts << QStringLiteral("computer ") + ComputerLevels::name(*options.computer)
+                     + (options.playX ? QStringLiteral(" as X") : QStringLiteral(" as O"));
     return parts.join(QStringLiteral(", "));
 }
 
@@ -62,6 +65,17 @@ private slots:
         // A bad address is left out when the settings are read, with a sentence: the start goes on.
         QTest::newRow("registry not ftp") << QStringList{"--registry", "http://x/"} << "registry http://x/";
         QTest::newRow("unknown option") << QStringList{"--bogus"} << "error";
+        QTest::newRow("computer") << QStringList{"--computer", "sempurna"} << "computer sempurna as O";
+        QTest::newRow("computer, X, any case")
+            << QStringList{"--computer", "Mudah", "--mark", "x"} << "computer mudah as X";
+        QTest::newRow("computer, controlled")
+            << QStringList{"--control", "--computer", "sedang", "--mark", "O", "--name", "Ani"}
+            << "name Ani, control, computer sedang as O";
+        QTest::newRow("computer, unknown level") << QStringList{"--computer", "hard"} << "error";
+        QTest::newRow("computer, bad mark") << QStringList{"--computer", "mudah", "--mark", "Z"} << "error";
+        QTest::newRow("mark alone") << QStringList{"--mark", "X"} << "error";
+        QTest::newRow("computer and host") << QStringList{"--computer", "mudah", "--host"} << "error";
+        QTest::newRow("computer and demo") << QStringList{"--computer", "mudah", "--demo", "d"} << "error";
     }
 
     void parse()

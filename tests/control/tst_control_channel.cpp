@@ -10,6 +10,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMessageBox>
+#include <QStandardPaths>
 #include <QtTest>
 
 // The control channel inside one process: a host and a joiner, each with its own screen
@@ -215,6 +216,29 @@ private slots:
         const QJsonObject state = m_join.state();
         QVERIFY(!state.contains("screen"));
         QVERIFY(!state.value("screens").toArray().contains("Join"));
+    }
+
+    // Practice is driven as a match is, and nothing of it reaches a socket.
+    void practiceIsDrivenAsAMatch()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        qputenv("DORVALA_COMPUTER_DELAY", "0");
+        QVERIFY(m_join.command("open practice hard").startsWith(QLatin1String("error open:")));
+        const qsizetype mark = m_join.lines.size();
+        QCOMPARE(m_join.command("open practice sempurna X"), QStringLiteral("ok open practice"));
+        QTRY_COMPARE_WITH_TIMEOUT(m_join.events("screen", mark), QStringList{"practice"}, 20000);
+        // The computer (O) opens; the player's click is answered.
+        QTRY_VERIFY_WITH_TIMEOUT(m_join.state().value("enabled").toBool(), 20000);
+        const QJsonObject cells = m_join.state().value("cells").toObject();
+        const QString free = std::find_if(cells.begin(), cells.end(), [](const QJsonValue &v) {
+                                 return v.toString().isEmpty();
+                             }).key();
+        QCOMPARE(m_join.command("click " + free), "ok click " + free + u' ' + free);
+        QTRY_COMPARE_WITH_TIMEOUT(m_join.events("drawn", mark).filter(QStringLiteral(" O")).size(), 2, 20000);
+        QCOMPARE(m_join.command("restart"), QStringLiteral("ok restart Command3 Command3"));
+        QTRY_VERIFY_WITH_TIMEOUT(m_join.events("drawn", mark).contains(free + QStringLiteral(" -")), 20000);
+        QVERIFY(m_join.events("sent", mark).isEmpty());
+        QVERIFY(!m_join.state().value("connected").toBool());
     }
 
 private:

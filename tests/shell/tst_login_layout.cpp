@@ -39,11 +39,12 @@ private slots:
         // The areas LoginBack.png paints: title band, the felt for name and choices, the
         // felt for addresses and mode, bare walnut under the image buttons.
         QStringList found = LayoutCheck::outside(
-            m_login.get(), {"Label1", "UN", "Label7", "Image1", "Image2", "Image3", "Image1Caption",
-                            "Image2Caption", "Image3Caption", "Shape1"},
+            m_login.get(), {"Label1", "UN", "Label7", "Image1", "Image2", "Image3", "Image4",
+                            "Image1Caption", "Image2Caption", "Image3Caption", "Image4Caption",
+                            "Level", "Shape1"},
             QRect(QPoint(10, 46), QPoint(469, 210)));
         found += LayoutCheck::outside(m_login.get(), {"Label5", "HO", "Label6", "HIP", "Label4", "MIP", "Option1",
-                                                      "Option2", "Command1", "Command2", "Command3"},
+                                                      "Option2", "Mark", "Command1", "Command2", "Command3"},
                                       QRect(QPoint(10, 218), QPoint(469, 346)));
         found += LayoutCheck::outside(m_login.get(), {"Play", "Quit", "About"}, QRect(QPoint(0, 350), QPoint(479, 399)));
         // Each image button is a face with its hot zone on top; the marker rings a picture.
@@ -72,6 +73,12 @@ private slots:
         QCOMPARE(state("Image2"), "0 HO:0 HIP:0 ringed");
         login->Image1_Click();
         QCOMPARE(state("Image1"), "1 HO:0 HIP:0 ringed");
+        // Practice leaves the host/join flag alone; a later host or join picture ends it.
+        login->Image4_Click();
+        QCOMPARE(state("Image4"), "1 HO:0 HIP:0 ringed");
+        QVERIFY(login->practiceChosen());
+        login->Image2_Click();
+        QVERIFY(!login->practiceChosen());
     }
 
 private:
