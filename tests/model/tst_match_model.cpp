@@ -182,8 +182,10 @@ private slots:
         s.events.clear();
         s.model.receive(message);
         QCOMPARE(s.model.LastMsg(), message);
+        // A later answer has had its time; on a busy machine it may come later still.
         QTest::qWait(3 * MatchModel::ScoreReplyDelay);
-        QTEST(s.events.join(u'|'), "events");
+        QFETCH(QString, events);
+        QTRY_COMPARE_WITH_TIMEOUT(s.events.join(u'|'), events, 2000);
         const MatchModel &m = s.model;
         QTEST(QStringList({m.board().toString(), m.Oname(), m.Xname(), m.WR(), m.WRL2(),
                            m.transShown() ? "covered" : "open"})
