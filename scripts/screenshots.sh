@@ -78,7 +78,7 @@ xdotool mousemove 850 183 click 1 type "Budi"; sleep 0.5
 import -window root -crop 1100x440+0+0 "$out/settings.png"
 xdotool key Escape; xdotool windowclose "$settings" 2>/dev/null || true; sleep 0.3
 xdotool mousemove 70 380 click 1; sleep 2
-xdotool mousemove 393 130 click 1; sleep 1   # the lobby picture
-xdotool windowmove "$(window "Online Host:")" 500 0; sleep 0.5
+xdotool mousemove 297 120 click 1; sleep 1   # the lobby picture
+xdotool windowmove "$(xdotool search --sync --onlyvisible --name "Online Host:" | tail -1)" 500 0; sleep 0.5
 import -window root -crop 840x470+0+0 "$out/first_start.png"
 echo "screenshots written to $out"
