@@ -14,6 +14,15 @@ constexpr int NotOpen = -100;
 
 } // namespace
 
+bool UpnpGateway::available()
+{
+#ifdef DORVALA_HAVE_MINIUPNPC
+    return true;
+#else
+    return false;
+#endif
+}
+
 #ifdef DORVALA_HAVE_MINIUPNPC
 
 struct UpnpGateway::Data

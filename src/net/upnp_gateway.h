@@ -16,6 +16,10 @@ public:
     static constexpr int ConflictInMappingEntry = 718;
     static constexpr int OnlyPermanentLeasesSupported = 725;
 
+    // Built with libminiupnpc; without it (a Windows build without the static library) every
+    // call fails at once and a host maps through NAT-PMP alone.
+    static bool available();
+
     UpnpGateway();
     ~UpnpGateway();
     UpnpGateway(const UpnpGateway &) = delete;

@@ -1,5 +1,6 @@
 #include "net/host_address.h"
 #include "net/port_mapper.h"
+#include "net/upnp_gateway.h"
 
 #include "support/fake_igd.h"
 #include "support/fake_natpmp_router.h"
@@ -182,6 +183,8 @@ void TstPortMapper::upnp_data()
 
 void TstPortMapper::upnp()
 {
+    if (!UpnpGateway::available())
+        QSKIP("built without libminiupnpc: this program maps its ports through NAT-PMP alone");
     QFETCH(FakeIgd::Mode, mode);
     QFETCH(QByteArray, external);
     QFETCH(bool, permanentOnly);

@@ -58,6 +58,8 @@ void TstUpnpGateway::mapping_data()
 
 void TstUpnpGateway::mapping()
 {
+    if (!UpnpGateway::available())
+        QSKIP("built without libminiupnpc: this program maps its ports through NAT-PMP alone");
     QFETCH(bool, permanentOnly);
     QFETCH(QByteArray, heldBy);
     QFETCH(quint32, lease);
