@@ -101,7 +101,7 @@ private slots:
                                         << QByteArray("{\"registry\": {\"url\": \"ftp://a@b/\"}}\n")
                                         << sysUrl << sys << QString() << true << 1;
         QTest::newRow("binary user file") << QString() << QString()
-                                          << QByteArray("\x89PNG\r\n\x1a\n\0\0[\xff=\xfe", 16)
+                                          << QByteArray("\x89PNG\r\n\x1a\n\0\0[\xff=\xfe", 14)
                                           << sysUrl << sys << QString() << true << 1;
     }
 
