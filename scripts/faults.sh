@@ -25,6 +25,8 @@ fi
 # No display, no session bus, nothing but loopback: the driver sets each program's
 # environment itself (QT_QPA_PLATFORM=offscreen, DORVALA_LOCAL_IP=127.0.0.1, ports, folders).
 unset DORVALA_FTP_URL DORVALA_MATCH_PORT DORVALA_PROBE_PORT DORVALA_DRIVE_C
+# The host lists checked here are the registry's: no LAN announcements between the rows.
+export DORVALA_LAN_PORT=0
 export DORVALA_LOCAL_IP=127.0.0.1
 
 started="$(date -u '+%Y-%m-%d %H:%M UTC')"

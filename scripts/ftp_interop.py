@@ -65,6 +65,8 @@ class Run:
             "DORVALA_MATCH_PORT": str(self.match_port),
             "DORVALA_PROBE_PORT": str(free_port()),
             "DORVALA_FTP_URL": self.url,
+            # The host list here is the registry's alone: no LAN announcements on loopback.
+            "DORVALA_LAN_PORT": "0",
         }
         env.update(extra or {})
         return env
