@@ -48,7 +48,6 @@ void releaseSockets(QWidget *screen)
 Screens::Screens(QObject *parent)
     : QObject(parent)
     , m_mapper(new PortMapper(this))
-    , m_announcer(new LanAnnouncer(this))
 {
     connect(m_mapper, &PortMapper::outcomeChanged, this, &Screens::host_RouterKnown);
     connect(m_mapper, &PortMapper::placeChanged, this, &Screens::host_RouterKnown);
@@ -199,6 +198,9 @@ void Screens::host_Opened(const QString &localAddress)
     lobby->show();
     lobby->hide();
     // The name follows from startHost, once the screen has it.
+    // Made with the first host, not with the title screen: its socket costs the first frame.
+    if (!m_announcer)
+        m_announcer = new LanAnnouncer(this);
     m_announcer->start(localAddress, Settings::matchPort(), Settings::probePort(), QString());
     m_hostLocal = localAddress;
     m_hostEntry.clear();
@@ -268,7 +270,8 @@ void Screens::publishHostEntry(const QString &name)
 void Screens::host_Closing(const QString &localAddress)
 {
     Q_UNUSED(localAddress);
-    m_announcer->stop();
+    if (m_announcer)
+        m_announcer->stop();
     // What was published goes (nothing, while the router's answer was still awaited), and
     // so do the router's mappings.
     const QString entry = m_hostEntry;
@@ -470,7 +473,8 @@ void Screens::startHost(const QString &name, QPoint position, bool place)
     if (place)
         screen->move(position);
     screen->setOwnName(name);
-    m_announcer->setName(name);
+    if (m_announcer)
+        m_announcer->setName(name);
     screen->show();
 }
 

@@ -144,5 +144,5 @@ private:
     QPointer<ChatHistory> m_ch;
     QPointer<SettingsScreen> m_settings;
     // Announces the open host screen on the LAN; outlives every screen.
-    LanAnnouncer *m_announcer;
+    LanAnnouncer *m_announcer = nullptr;  // made with the first host
 };
