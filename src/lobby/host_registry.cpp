@@ -21,8 +21,8 @@ HostRegistry::HostRegistry(QObject *parent)
 
 void HostRegistry::configure()
 {
-    const RegistryAddress registry = Settings::registry();
-    m_configured = registry.isSet();
+    m_address = Settings::registry();
+    const RegistryAddress &registry = m_address;
     for (FtpTransfer *inet : {m_inet1, m_inet2, m_inet3}) {
         inet->setAccessType(AccessDirect);
         inet->setRequestTimeout(RequestTimeoutSeconds);
@@ -40,7 +40,7 @@ QString HostRegistry::stagingFile(const QString &address)
 
 bool HostRegistry::Publish(const QString &address)
 {
-    if (!m_configured)
+    if (!configured())
         return false;  // no registry: the LAN still finds this host
     // A failed save still tries the upload: its failure is as silent as any other.
     RtfDocument::save(stagingFile(address), address);
@@ -54,7 +54,7 @@ bool HostRegistry::Publish(const QString &address)
 
 bool HostRegistry::Withdraw(const QString &address)
 {
-    if (!m_configured)
+    if (!configured())
         return false;
     // A delete that overtook the upload of the same entry would find nothing to delete, and
     // the upload would then leave the entry listed for good (a host that cannot listen
@@ -80,7 +80,7 @@ void HostRegistry::Inet3_StateChanged(int state)
 
 bool HostRegistry::List()
 {
-    if (!m_configured)
+    if (!configured())
         return false;
     return m_inet1->Execute(QStringLiteral("DIR"));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/game_settings.h"
+
 #include <QObject>
 #include <QString>
 
@@ -23,7 +25,9 @@ public:
     // registry in force when it is called.
     void configure();
     // A registry is configured; without one, publishing, withdrawing and listing do nothing.
-    bool configured() const { return m_configured; }
+    bool configured() const { return m_address.isSet(); }
+    // The registry configure() found (unset: none).
+    const RegistryAddress &address() const { return m_address; }
 
     // Saves the staging file "C:/" + address (an RTF document whose text is the address)
     // and starts its upload under the name `address`. The outcome is not looked at.
@@ -54,7 +58,7 @@ private:
     FtpTransfer *m_inet1;
     FtpTransfer *m_inet2;
     FtpTransfer *m_inet3;
-    bool m_configured = false;
+    RegistryAddress m_address;
     QString m_uploading;            // the entry Inet3 is uploading
     QString m_withdrawAfterUpload;  // to delete once that upload has ended
 };

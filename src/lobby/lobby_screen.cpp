@@ -160,7 +160,8 @@ void LobbyScreen::Withdraw(const QString &address)
 
 void LobbyScreen::showRegistryNote()
 {
-    const RegistryAddress registry = Settings::registry();
+    // The registry the transfers were just given: the settings are not read twice.
+    const RegistryAddress &registry = m_registry->address();
     if (registry.isSet()) {
         m_registryNote->setText(QStringLiteral("Server daftar: %1:%2").arg(registry.host).arg(registry.port));
         return;
