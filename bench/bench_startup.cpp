@@ -1,7 +1,7 @@
 // Start-up: from process start to its first window on screen, watched from outside the
 // program through the X server. Figures only; run it under Xvfb (DISPLAY set).
 //
-//   bench_startup [runs, default 20]                 the title screen and a bare Qt window
+//   bench_startup [runs, default 20]                 the title screen and a bare Qt window, in turns
 //   bench_startup RUNS PROGRAM [ARGUMENTS...]        any other program
 //
 // For each run the clock starts just before the program is spawned; this watcher then
@@ -27,6 +27,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -101,7 +102,31 @@ struct Run
     std::optional<double> whole;
     double peakMb = -1;  // VmHWM when the window was wholly drawn
     double cpuMs = -1;   // CPU time used by then (all threads), less sensitive to load
+    double faults = -1;  // minor page faults by then: mapping libraries and touching memory
+    double systemMs = -1;  // the kernel's part of the CPU time (10 ms ticks)
 };
+
+// Minor faults and system time from /proc/PID/stat (fields 10 and 15, after the name).
+void readStat(pid_t pid, Run *run)
+{
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/%d/stat", int(pid));
+    FILE *file = std::fopen(path, "r");
+    if (!file)
+        return;
+    char line[1024] = {};
+    const size_t got = std::fread(line, 1, sizeof line - 1, file);
+    std::fclose(file);
+    line[got] = 0;
+    const char *rest = std::strrchr(line, ')');
+    if (!rest)
+        return;
+    unsigned long minflt = 0, stime = 0;
+    if (std::sscanf(rest + 2, "%*c %*d %*d %*d %*d %*d %*u %lu %*u %*u %*u %*u %lu", &minflt, &stime) == 2) {
+        run->faults = double(minflt);
+        run->systemMs = double(stime) * 1000.0 / double(sysconf(_SC_CLK_TCK));
+    }
+}
 
 struct Window
 {
@@ -176,6 +201,7 @@ public:
         if (run.whole) {
             run.peakMb = Bench::procStatusMb("VmHWM", pid);
             run.cpuMs = Bench::scheduledSeconds(pid) * 1e3;
+            readStat(pid, &run);
         }
         kill(pid, SIGTERM);
         int status = 0;
@@ -244,35 +270,62 @@ private:
     std::map<xcb_window_t, Window> m_windows;
 };
 
-void report(const char *what, Watcher &watcher, const std::vector<std::string> &command, int runs)
+// One program's runs and their figures.
+struct Series
 {
-    watcher.measure(command);  // warm-up
-    std::vector<double> mapped, first, whole, peak, cpu;
-    int missed = 0;
-    for (int i = 0; i < runs; ++i) {
-        const Run run = watcher.measure(command);
-        if (!run.whole) {
-            ++missed;
-            continue;
-        }
-        mapped.push_back(*run.mapped);
-        first.push_back(*run.firstPixels);
-        whole.push_back(*run.whole);
-        peak.push_back(run.peakMb);
-        cpu.push_back(run.cpuMs);
+    Series(std::string name, std::vector<std::string> line)
+        : what(std::move(name)), command(std::move(line))
+    {
     }
+
+    std::string what;
+    std::vector<std::string> command;
+    std::vector<double> mapped, first, whole, peak, cpu, faults, system;
+    int missed = 0;
+};
+
+// The programs take turns, run by run: this machine's speed drifts within a minute, and
+// a drift would otherwise fall on one program's runs alone and skew their ratio.
+void measureInTurns(Watcher &watcher, std::vector<Series> &all, int runs)
+{
+    for (Series &series : all)
+        watcher.measure(series.command);  // warm-up
+    for (int i = 0; i < runs; ++i) {
+        for (Series &series : all) {
+            const Run run = watcher.measure(series.command);
+            if (!run.whole) {
+                ++series.missed;
+                continue;
+            }
+            series.mapped.push_back(*run.mapped);
+            series.first.push_back(*run.firstPixels);
+            series.whole.push_back(*run.whole);
+            series.peak.push_back(run.peakMb);
+            series.cpu.push_back(run.cpuMs);
+            series.faults.push_back(run.faults);
+            series.system.push_back(run.systemMs);
+        }
+    }
+}
+
+void report(const Series &series)
+{
+    const char *what = series.what.c_str();
     const auto line = [&](const char *event, std::vector<double> values) {
         std::printf("%-14s %-20s median %7.1f ms   p90 %7.1f ms   (%zu runs)\n", what, event,
                     Bench::percentile(values, 50), Bench::percentile(values, 90), values.size());
     };
-    line("window mapped", mapped);
-    line("first pixels drawn", first);
-    line("window wholly drawn", whole);
-    line("CPU time until drawn", cpu);
+    line("window mapped", series.mapped);
+    line("first pixels drawn", series.first);
+    line("window wholly drawn", series.whole);
+    line("CPU time until drawn", series.cpu);
+    line("of it in the kernel", series.system);
+    std::printf("%-14s %-20s median %7.0f      (minor, until wholly drawn)\n", what, "page faults",
+                Bench::percentile(series.faults, 50));
     std::printf("%-14s %-20s median %7.1f MB   (VmHWM when wholly drawn)\n", what, "peak memory",
-                Bench::percentile(peak, 50));
-    if (missed)
-        std::printf("%s: %d runs showed no window within 20 s\n", what, missed);
+                Bench::percentile(series.peak, 50));
+    if (series.missed)
+        std::printf("%s: %d runs showed no window within 20 s\n", what, series.missed);
     std::fflush(stdout);
 }
 
@@ -297,12 +350,16 @@ int main(int argc, char *argv[])
     qputenv("DORVALA_LOCAL_IP", "127.0.0.1");
     qputenv("DORVALA_DRIVE_C", drive.path().toLocal8Bit());
 
+    std::vector<Series> all;
     if (argc > 2) {
-        report(argv[2], watcher, std::vector<std::string>(argv + 2, argv + argc), runs);
-        return 0;
+        all.emplace_back(argv[2], std::vector<std::string>(argv + 2, argv + argc));
+    } else {
+        const std::string folder = QCoreApplication::applicationDirPath().toStdString();
+        all.emplace_back("title screen", std::vector<std::string>{folder + "/dorvala"});
+        all.emplace_back("bare Qt window", std::vector<std::string>{folder + "/bench_bare_window"});
     }
-    const std::string folder = QCoreApplication::applicationDirPath().toStdString();
-    report("title screen", watcher, {folder + "/dorvala"}, runs);
-    report("bare Qt window", watcher, {folder + "/bench_bare_window"}, runs);
+    measureInTurns(watcher, all, runs);
+    for (const Series &series : all)
+        report(series);
     return 0;
 }

@@ -23,6 +23,7 @@ function(dorvala_install_link target link)
 endfunction()
 
 install(TARGETS dorvala RUNTIME DESTINATION ${DORVALA_INSTALL_DIR})
+install(TARGETS dorvala_sound_effects LIBRARY DESTINATION ${DORVALA_INSTALL_DIR})
 install(DIRECTORY ${DORVALA_ASSET_DIR}/sounds/ DESTINATION ${DORVALA_INSTALL_DIR})
 install(DIRECTORY ${DORVALA_ASSET_DIR}/maker DESTINATION ${DORVALA_INSTALL_DIR})
 dorvala_install_link(../${DORVALA_INSTALL_DIR}/dorvala bin/dorvala)

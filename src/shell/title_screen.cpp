@@ -97,9 +97,9 @@ void TitleScreen::Form_Load()
     m_loaded = true;
 }
 
-// The maker page comes once the splash has been drawn, and at the latest when the splash
-// goes: nobody sees it under the splash, and a text browser with its page costs the first
-// frame some 8 ms and 4 MB.
+// The maker page comes a moment after the splash has been drawn, and at the latest when the
+// splash goes: nobody sees it under the splash, and a text browser with its page costs the
+// first frame some 8 ms and 4 MB.
 void TitleScreen::openMakerPage()
 {
     if (m_wb || !m_loaded)
@@ -125,8 +125,13 @@ void TitleScreen::openMakerPage()
 
 bool TitleScreen::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_dk && event->type() == QEvent::Paint && !m_wb)
-        QTimer::singleShot(0, this, &TitleScreen::openMakerPage);
+    // Not at once: the first frame is still on its way through the X server, which shares
+    // the cores with us, and the page (fonts loaded, text laid out: some 15 ms of CPU) would
+    // hold it back. Under the splash nobody sees the page before Timer1 anyway.
+    if (watched == m_dk && event->type() == QEvent::Paint && !m_wb && !m_makerPageDue) {
+        m_makerPageDue = true;
+        QTimer::singleShot(MakerPageDelayMs, this, &TitleScreen::openMakerPage);
+    }
     return QWidget::eventFilter(watched, event);
 }
 

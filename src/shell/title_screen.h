@@ -44,6 +44,8 @@ private:
     QLabel *m_dk;
     QLabel *m_label1;
     WebView *m_wb = nullptr;   // made after the first frame
+    bool m_makerPageDue = false;
+    static constexpr int MakerPageDelayMs = 300;
     QPushButton *m_settings = nullptr;  // made with the page
     bool m_loaded = false;
     bool m_playing = false;    // "Mulai" waits for the setup screen to open

@@ -1,4 +1,7 @@
 #include "platform/sound_cue.h"
+#ifndef Q_OS_WIN
+#include "platform/sound_effects.h"
+#endif
 #include "support/test_files.h"
 
 #include <QCoreApplication>
@@ -7,12 +10,29 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
+
 class TestSoundCue : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase() { QVERIFY(TestFiles::writeCue(m_dir.filePath(QStringLiteral("WIN.wav")))); }
+
+#ifndef Q_OS_WIN
+    // The effect player is a module found beside the program; without it every cue would be
+    // silent on every machine, and no other test would notice.
+    void effectModuleLoads()
+    {
+        const SoundEffects *effects = SoundEffects::get();
+        QVERIFY(effects);
+        if (!effects->hasAudioOutput())
+            return;
+        std::unique_ptr<QObject> effect(effects->make(m_dir.filePath(QStringLiteral("WIN.wav"))));
+        QVERIFY(effect);
+        effects->play(effect.get());
+    }
+#endif
 
     // Every "play" counts, heard or not: a cue that cannot sound stays silent, never fails. The
     // log keeps every command as it came.
