@@ -103,6 +103,11 @@ program=/usr/lib/dorvala/dorvala
 ok "the program carries cap_net_bind_service=ep and nothing else: $(getcap "$program")"
 [ "$(command -v dorvala)" = /usr/bin/dorvala ] && [ "$(readlink -f /usr/bin/dorvala)" = "$program" ] \
   || fail "dorvala on PATH does not lead to $program"
+# The sound cues' module, loaded at the first cue: the package's Depends must bring Qt
+# Multimedia, which the program itself does not link.
+effects=/usr/lib/dorvala/dorvala_sound_effects.so
+[ -f "$effects" ] || fail "no $effects: every sound cue would be silent"
+! ldd "$effects" | grep -q 'not found' || { ldd "$effects"; fail "$effects lacks libraries"; }
 dorvala --version | grep -q '^Dorvala Online 1\.' || fail "dorvala --version"
 dorvala-registry --help | grep -q -- --passive-ports || fail "dorvala-registry --help"
 ok "dorvala and dorvala-registry on PATH"

@@ -334,10 +334,23 @@ void LobbyScreen::lan_HostsChanged()
 }
 
 // The host list as the setup screen shows it: the registry's entries in listing order, the
-// addresses pongs added since, then the LAN's hosts that are not there already.
+// addresses pongs added since, then the LAN's hosts that are not there already. A registry
+// entry that a LAN host says is its own public place stands as that host's LAN entry: behind
+// the same router, the public address seldom leads back in.
 void LobbyScreen::sendHostList()
 {
     QStringList hosts = m_listed + m_ponged;
+    const quint16 match = Settings::matchPort();
+    const quint16 probe = Settings::probePort();
+    for (const LanHost &host : m_lan->hosts()) {
+        const QString listedAs = lanHostPublicEntry(host, match, probe);
+        if (listedAs.isEmpty())
+            continue;
+        for (QString &entry : hosts) {
+            if (entry == listedAs)
+                entry = lanHostEntry(host, match, probe);
+        }
+    }
     QSet<QString> seen(hosts.cbegin(), hosts.cend());
     for (const QString &entry : lanHosts()) {
         if (!seen.contains(entry)) {

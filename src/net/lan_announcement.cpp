@@ -57,7 +57,12 @@ QByteArray LanAnnouncement::encode() const
     qToBigEndian(matchPort, p + 6);
     qToBigEndian(probePort, p + 8);
     qToBigEndian(address, p + 10);
-    p[14] = char(nameBytes.size());
+    // A public place is whole or absent.
+    const bool listed = publicAddress != 0 && publicMatchPort != 0 && publicProbePort != 0;
+    qToBigEndian(listed ? publicAddress : 0, p + 14);
+    qToBigEndian(listed ? publicMatchPort : quint16(0), p + 18);
+    qToBigEndian(listed ? publicProbePort : quint16(0), p + 20);
+    p[22] = char(nameBytes.size());
     return out + nameBytes;
 }
 
@@ -71,7 +76,7 @@ std::optional<LanAnnouncement> LanAnnouncement::parse(QByteArrayView datagram)
     const quint8 kind = quint8(p[5]);
     if (kind != quint8(Kind::Announce) && kind != quint8(Kind::Goodbye))
         return std::nullopt;
-    const int nameBytes = quint8(p[14]);
+    const int nameBytes = quint8(p[22]);
     if (nameBytes > MaxNameBytes || datagram.size() != HeaderBytes + nameBytes)
         return std::nullopt;
 
@@ -81,6 +86,12 @@ std::optional<LanAnnouncement> LanAnnouncement::parse(QByteArrayView datagram)
     a.probePort = qFromBigEndian<quint16>(p + 8);
     a.address = qFromBigEndian<quint32>(p + 10);
     if (a.matchPort == 0 || a.probePort == 0 || a.address == 0)
+        return std::nullopt;
+    a.publicAddress = qFromBigEndian<quint32>(p + 14);
+    a.publicMatchPort = qFromBigEndian<quint16>(p + 18);
+    a.publicProbePort = qFromBigEndian<quint16>(p + 20);
+    const int publicParts = (a.publicAddress != 0) + (a.publicMatchPort != 0) + (a.publicProbePort != 0);
+    if (publicParts != 0 && publicParts != 3)
         return std::nullopt;
 
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);

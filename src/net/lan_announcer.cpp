@@ -78,6 +78,9 @@ void LanAnnouncer::start(const QString &localAddress, quint16 matchPort, quint16
     m_announcement.probePort = probePort;
     m_announcement.address = local.toIPv4Address();
     m_announcement.name = name;
+    m_announcement.publicAddress = 0;
+    m_announcement.publicMatchPort = 0;
+    m_announcement.publicProbePort = 0;
     send(LanAnnouncement::Kind::Announce);
     m_timer->start();
 }
@@ -85,8 +88,21 @@ void LanAnnouncer::start(const QString &localAddress, quint16 matchPort, quint16
 void LanAnnouncer::setName(const QString &name)
 {
     m_announcement.name = name;
+    announceChange();
+}
+
+void LanAnnouncer::setPublicPlace(quint32 address, quint16 matchPort, quint16 probePort)
+{
+    m_announcement.publicAddress = address;
+    m_announcement.publicMatchPort = matchPort;
+    m_announcement.publicProbePort = probePort;
+    announceChange();
+}
+
+void LanAnnouncer::announceChange()
+{
     if (isAnnouncing()) {
-        // Listeners learn the name now, not a second later.
+        // Listeners learn it now, not a second later.
         send(LanAnnouncement::Kind::Announce);
         m_timer->start();
     }

@@ -28,6 +28,8 @@ public:
                const QString &name);
     // The host's name may be known only after it opened; the next announcement carries it.
     void setName(const QString &name);
+    // Where the registry lists the host once its router maps its ports (0: nowhere else).
+    void setPublicPlace(quint32 address, quint16 matchPort, quint16 probePort);
     void stop();
     bool isAnnouncing() const;
     // Where the datagrams go, or a null address for nowhere.
@@ -40,6 +42,7 @@ public:
 
 private:
     void send(LanAnnouncement::Kind kind);
+    void announceChange();
 
     QUdpSocket *m_socket;
     QTimer *m_timer;

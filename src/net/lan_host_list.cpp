@@ -1,6 +1,7 @@
 #include "lan_host_list.h"
 
 #include "lan_announcement.h"
+#include "net/host_address.h"
 
 #include <QHostAddress>
 #include <QTimer>
@@ -29,6 +30,14 @@ QString lanHostEntry(const LanHost &host, quint16 localMatchPort, quint16 localP
     if (host.matchPort == localMatchPort && host.probePort == localProbePort)
         return host.addressText();
     return QStringLiteral("%1_%2_%3").arg(host.addressText()).arg(host.matchPort).arg(host.probePort);
+}
+
+QString lanHostPublicEntry(const LanHost &host, quint16 localMatchPort, quint16 localProbePort)
+{
+    if (host.publicAddress == 0)
+        return {};
+    return HostAddress::make(host.publicAddress, host.publicMatchPort, host.publicProbePort)
+        .registryName(localMatchPort, localProbePort);
 }
 
 LanHostList::LanHostList(QObject *parent)
@@ -103,16 +112,21 @@ bool LanHostList::take(QByteArrayView datagram, quint32 source)
     const qint64 now = m_clock.elapsed();
     if (it != m_hosts.end()) {
         it->lastHeardMs = now;
-        if (it->probePort == a->probePort && it->name == a->name)
+        if (it->probePort == a->probePort && it->name == a->name && it->publicAddress == a->publicAddress
+            && it->publicMatchPort == a->publicMatchPort && it->publicProbePort == a->publicProbePort)
             return false;
         it->probePort = a->probePort;
         it->name = a->name;
+        it->publicAddress = a->publicAddress;
+        it->publicMatchPort = a->publicMatchPort;
+        it->publicProbePort = a->publicProbePort;
         return true;
     }
     // A full list keeps the hosts it has; newcomers wait for a place to fall free.
     if (m_hosts.size() >= MaxHosts)
         return false;
-    m_hosts.append({source, a->matchPort, a->probePort, a->name, now});
+    m_hosts.append({source, a->matchPort, a->probePort, a->name, now, a->publicAddress,
+                    a->publicMatchPort, a->publicProbePort});
     if (!m_sweep->isActive())
         m_sweep->start();
     return true;

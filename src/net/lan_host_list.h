@@ -18,6 +18,10 @@ struct LanHost
     quint16 probePort = 0;
     QString name;
     qint64 lastHeardMs = 0;
+    // Where the registry lists it, when its router maps its ports; 0 when it does not.
+    quint32 publicAddress = 0;
+    quint16 publicMatchPort = 0;
+    quint16 publicProbePort = 0;
 
     QString addressText() const;
 };
@@ -25,6 +29,9 @@ struct LanHost
 // The text a host list shows for a LAN host: its address, or ADDRESS_MATCHPORT_PROBEPORT
 // when its ports are not the ones this machine uses.
 QString lanHostEntry(const LanHost &host, quint16 localMatchPort, quint16 localProbePort);
+// The registry name the host is listed under on the internet, written as the registry
+// writes it; empty when its router maps nothing.
+QString lanHostPublicEntry(const LanHost &host, quint16 localMatchPort, quint16 localProbePort);
 
 // The hosts that announce themselves on this machine's LANs. Listens on the discovery port
 // (shared with every other program on the machine), keeps at most MaxHosts, forgets a host

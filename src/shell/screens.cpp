@@ -250,9 +250,14 @@ void Screens::host_RouterKnown()
             const HostAddress open = HostAddress::make(m_mapper->externalAddress(), m_mapper->externalMatchPort(),
                                                        m_mapper->externalProbePort());
             publishHostEntry(open.registryName(Settings::matchPort(), Settings::probePort()));
+            // Players behind the same router see which registry entry is this host.
+            if (m_announcer)
+                m_announcer->setPublicPlace(open.ipv4(), open.matchPort(), open.probePort());
             return;
         }
     }
+    if (m_announcer)
+        m_announcer->setPublicPlace(0, 0, 0);
     publishHostEntry(m_hostLocal);
 }
 

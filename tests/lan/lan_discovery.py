@@ -19,8 +19,8 @@ FLOOD_S = 5.0
 
 def datagram(kind, match, probe, address, name):
     raw = name.encode()
-    return (b"DRVL\x01" + bytes([kind])
-            + struct.pack(">HHIB", match, probe, int(ipaddress.IPv4Address(address)), len(raw))
+    return (b"DRVL\x02" + bytes([kind])
+            + struct.pack(">HHIIHHB", match, probe, int(ipaddress.IPv4Address(address)), 0, 0, 0, len(raw))
             + raw)
 
 

@@ -2,6 +2,7 @@
 #include "lobby/lobby_screen.h"
 #include "lobby/probe_responder.h"
 #include "lobby/probe_sender.h"
+#include "net/host_address.h"
 #include "net/lan_announcer.h"
 #include "net/lan_host_list.h"
 #include "platform/ftp_transfer.h"
@@ -260,24 +261,34 @@ private slots:
     {
         QTest::addColumn<QStringList>("registry");
         QTest::addColumn<int>("matchPort");  // 0: this machine's
-        QTest::addColumn<QStringList>("hostList");
+        QTest::addColumn<QString>("publicPlace");  // where its router has it listed, if anywhere
+        QTest::addColumn<QStringList>("hostList");  // the setup screen's, in order
         QTest::addColumn<QString>("lanRow");
 
-        QTest::newRow("on the LAN alone") << QStringList{} << 0 << QStringList{"127.0.0.1"}
+        const QString probe = QString::number(Settings::probePort());
+        QTest::newRow("on the LAN alone") << QStringList{} << 0 << "" << QStringList{"127.0.0.1"}
                                           << "127.0.0.1  (Budi)";
         QTest::newRow("in the registry too: listed once")
-            << QStringList{"127.0.0.1", "127.0.0.7"} << 0
-            << QStringList{"127.0.0.1", "127.0.0.7"} << "127.0.0.1  (Budi)";
+            << QStringList{"127.0.0.7", "127.0.0.1"} << 0 << ""
+            << QStringList{"127.0.0.7", "127.0.0.1"} << "127.0.0.1  (Budi)";
         QTest::newRow("other ports: its own entry after the registry's")
-            << QStringList{"127.0.0.1"} << 41009
-            << QStringList{"127.0.0.1", QStringLiteral("127.0.0.1_41009_%1").arg(Settings::probePort())}
-            << QStringLiteral("127.0.0.1_41009_%1  (Budi)").arg(Settings::probePort());
+            << QStringList{"127.0.0.1"} << 41009 << ""
+            << QStringList{"127.0.0.1", "127.0.0.1_41009_" + probe} << "127.0.0.1_41009_" + probe + "  (Budi)";
+        // Behind the same router the public address seldom leads back in: the joiner goes
+        // by the LAN, in the registry entry's place.
+        QTest::newRow("its public entry stands as its LAN entry")
+            << QStringList{"127.0.0.7", "198.19.0.2_41009_40079"} << 0 << "198.19.0.2_41009_40079"
+            << QStringList{"127.0.0.7", "127.0.0.1"} << "127.0.0.1  (Budi)";
+        QTest::newRow("another host's public entry stays")
+            << QStringList{"198.19.0.9_41009_40079"} << 0 << "198.19.0.2_41009_40079"
+            << QStringList{"198.19.0.9_41009_40079", "127.0.0.1"} << "127.0.0.1  (Budi)";
     }
 
     void lanHostsBesideTheRegistry()
     {
         QFETCH(QStringList, registry);
         QFETCH(int, matchPort);
+        QFETCH(QString, publicPlace);
         QFETCH(QStringList, hostList);
         QFETCH(QString, lanRow);
         qputenv("DORVALA_LAN_PORT", QByteArray::number(MatchEnv::freePort()));
@@ -287,22 +298,35 @@ private slots:
         QSignalSpy hostLists(wol.get(), &LobbyScreen::hostListChanged);
         SETTLE(wol->registry()->Inet1());
         QTRY_VERIFY_WITH_TIMEOUT(!hostLists.isEmpty(), Patience);
-        QStringList sorted = hostLists.last().at(0).toStringList();
-        sorted.sort();
-        QCOMPARE(sorted, registry);
         const QStringList listed = wol->listedHosts();
+        QStringList sorted = listed;
+        sorted.sort();
+        QStringList expected = registry;
+        expected.sort();
+        QCOMPARE(sorted, expected);
 
         LanAnnouncer host;
         host.start(QStringLiteral("127.0.0.1"), matchPort ? quint16(matchPort) : Settings::matchPort(),
                    Settings::probePort(), QStringLiteral("Budi"));
+        if (!publicPlace.isEmpty()) {
+            const HostAddress place = HostAddress::parse(publicPlace, Settings::matchPort(), Settings::probePort());
+            host.setPublicPlace(place.ipv4(), place.matchPort(), place.probePort());
+        }
         auto *lan = wol->findChild<QListWidget *>(QStringLiteral("lstLan"));
         QTRY_COMPARE_WITH_TIMEOUT(lan->count(), 1, 3000);
         QCOMPARE(lan->item(0)->text(), lanRow);
-        sorted = hostLists.last().at(0).toStringList();
-        // The registry's entries first, in their order.
-        QCOMPARE(sorted.mid(0, listed.size()), listed);
-        sorted.sort();
-        QCOMPARE(sorted, hostList);
+        // The registry's entries first, in their listing order.
+        QStringList shown = listed;
+        for (QString &entry : shown) {
+            if (entry == publicPlace)
+                entry = QStringLiteral("127.0.0.1");
+        }
+        for (const QString &entry : hostList) {
+            if (!shown.contains(entry))
+                shown.append(entry);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(hostLists.last().at(0).toStringList(), shown, 3000);
+        QCOMPARE(QSet<QString>(shown.cbegin(), shown.cend()), QSet<QString>(hostList.cbegin(), hostList.cend()));
 
         // A goodbye takes it off at once, long before a silent host would go.
         host.stop();

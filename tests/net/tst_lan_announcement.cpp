@@ -4,17 +4,36 @@
 
 namespace {
 
-QByteArray datagram(quint8 kind, quint16 match, quint16 probe, quint32 address,
-                    const QByteArray &name, int lengthByte = -1)
+struct Public
 {
-    QByteArray out("DRVL\x01", 5);
-    out += char(kind);
-    out += char(match >> 8);
-    out += char(match & 0xff);
-    out += char(probe >> 8);
-    out += char(probe & 0xff);
+    quint32 address = 0;
+    quint16 match = 0;
+    quint16 probe = 0;
+};
+
+void put16(QByteArray &out, quint16 value)
+{
+    out += char(value >> 8);
+    out += char(value & 0xff);
+}
+
+void put32(QByteArray &out, quint32 value)
+{
     for (int shift = 24; shift >= 0; shift -= 8)
-        out += char((address >> shift) & 0xff);
+        out += char((value >> shift) & 0xff);
+}
+
+QByteArray datagram(quint8 kind, quint16 match, quint16 probe, quint32 address,
+                    const QByteArray &name, int lengthByte = -1, Public listed = {})
+{
+    QByteArray out("DRVL\x02", 5);
+    out += char(kind);
+    put16(out, match);
+    put16(out, probe);
+    put32(out, address);
+    put32(out, listed.address);
+    put16(out, listed.match);
+    put16(out, listed.probe);
     out += char(lengthByte < 0 ? name.size() : lengthByte);
     return out + name;
 }
@@ -42,15 +61,19 @@ void TestLanAnnouncement::parsesWellFormed_data()
     QTest::addColumn<int>("match");
     QTest::addColumn<int>("probe");
     QTest::addColumn<QString>("name");
+    QTest::addColumn<quint32>("publicAddress");
 
-    QTest::newRow("announce") << datagram(1, 1009, 79, Host, "Budi") << 1 << 1009 << 79 << "Budi";
+    QTest::newRow("announce") << datagram(1, 1009, 79, Host, "Budi") << 1 << 1009 << 79 << "Budi" << 0u;
+    QTest::newRow("listed at a public place")
+        << datagram(1, 1009, 79, Host, "Budi", -1, {0xc6130002, 41009, 40079}) << 1 << 1009 << 79 << "Budi"
+        << 0xc6130002u;
     QTest::newRow("goodbye, high ports") << datagram(2, 41009, 40079, Host, "Budi")
-                                         << 2 << 41009 << 40079 << "Budi";
-    QTest::newRow("no name") << datagram(1, 1009, 79, Host, "") << 1 << 1009 << 79 << "";
+                                         << 2 << 41009 << 40079 << "Budi" << 0u;
+    QTest::newRow("no name") << datagram(1, 1009, 79, Host, "") << 1 << 1009 << 79 << "" << 0u;
     QTest::newRow("utf-8 name") << datagram(1, 1009, 79, Host, "Zo\xc3\xab\xe2\x82\xac")
-                                << 1 << 1009 << 79 << QStringLiteral("Zoë€");
+                                << 1 << 1009 << 79 << QStringLiteral("Zoë€") << 0u;
     QTest::newRow("longest name") << datagram(1, 1009, 79, Host, QByteArray(48, 'a'))
-                                  << 1 << 1009 << 79 << QString(48, u'a');
+                                  << 1 << 1009 << 79 << QString(48, u'a') << 0u;
 }
 
 void TestLanAnnouncement::parsesWellFormed()
@@ -67,6 +90,8 @@ void TestLanAnnouncement::parsesWellFormed()
     QCOMPARE(int(a->probePort), probe);
     QCOMPARE(a->address, Host);
     QCOMPARE(a->name, name);
+    QTEST(a->publicAddress, "publicAddress");
+    QCOMPARE(a->encode(), bytes);
 }
 
 void TestLanAnnouncement::dropsMalformed_data()
@@ -79,7 +104,10 @@ void TestLanAnnouncement::dropsMalformed_data()
     QTest::newRow("name cut short") << good.chopped(1);
     QTest::newRow("a byte after the name") << good + 'x';
     QTest::newRow("wrong magic") << QByteArray("DRVX") + good.mid(4);
-    QTest::newRow("version 2") << good.left(4) + '\x02' + good.mid(5);
+    QTest::newRow("version 1") << good.left(4) + '\x01' + good.mid(5);
+    QTest::newRow("public address without ports") << datagram(1, 1009, 79, Host, "Budi", -1, {0xc6130002, 0, 0});
+    QTest::newRow("public ports without address") << datagram(1, 1009, 79, Host, "Budi", -1, {0, 41009, 40079});
+    QTest::newRow("public probe port 0") << datagram(1, 1009, 79, Host, "Budi", -1, {0xc6130002, 41009, 0});
     QTest::newRow("kind 0") << datagram(0, 1009, 79, Host, "Budi");
     QTest::newRow("kind 3") << datagram(3, 1009, 79, Host, "Budi");
     QTest::newRow("match port 0") << datagram(1, 0, 79, Host, "Budi");
