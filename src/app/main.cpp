@@ -33,6 +33,10 @@ int main(int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
     QApplication app(argc, argv);
+    // The title's splash is the largest picture before the first frame: decoded beside the
+    // rest of the start, on the other core.
+    if (options.demo.isEmpty() && !options.computer)
+        PictureStore::decodeAhead(QStringLiteral("DK"));
     ScreenFont::settle();
 
     QApplication::setWindowIcon(QIcon(PictureStore::picture(QStringLiteral("Icon"))));

@@ -13,4 +13,9 @@ public:
     // The picture of that name; a null pixmap for a name the store does not hold.
     static QPixmap picture(const QString &name);
     static bool has(const QString &name);
+    // Starts decoding one picture on a thread of its own, so that the first screen's largest
+    // picture is ready by the time that screen asks for it: picture() then takes it, waiting
+    // for the rest if need be. Call it once the application object exists (the decoders are
+    // plugins found through it).
+    static void decodeAhead(const QString &name);
 };
