@@ -16,7 +16,8 @@ QString tr(const char *text)
 
 QString routerSentence(const PortMapper &mapper, quint16 standardMatchPort)
 {
-    // Short enough for the status line; players on this network can still join.
+    // Each fits the status line (about 80 characters) whole; players on this network can
+    // still join.
     const QString outside = tr("tidak terbuka ke internet.");
     switch (mapper.outcome()) {
     case PortMapper::Outcome::Idle:
@@ -34,17 +35,16 @@ QString routerSentence(const PortMapper &mapper, quint16 standardMatchPort)
     case PortMapper::Outcome::Refused:
         return tr("Router menolak membuka port %1: ").arg(mapper.refusedPort()) + outside;
     case PortMapper::Outcome::HeldByOther:
-        return tr("Port %1 di router dipakai komputer lain di jaringan ini: ")
+        return tr("Port %1 di router dipakai komputer lain: ")
                    .arg(mapper.refusedPort())
                + outside;
     case PortMapper::Outcome::SharedAddress:
-        return tr("Penyedia internet berbagi satu alamat dengan banyak pelanggan (CGNAT): ") + outside;
+        return tr("Alamat internet dipakai bersama (CGNAT): ") + outside;
     case PortMapper::Outcome::DoubleNat:
         return tr("Ada dua router berurutan (NAT ganda): ") + outside;
     case PortMapper::Outcome::NotReachable:
-        return tr("Alamat router di internet (%1) tidak dapat dijangkau: ")
-                   .arg(HostAddress::formatIpv4(mapper.externalAddress()))
-               + outside;
+        return tr("Alamat router (%1) tidak dapat dijangkau dari internet.")
+            .arg(HostAddress::formatIpv4(mapper.externalAddress()));
     }
     return {};
 }
