@@ -51,6 +51,7 @@ run match env QT_QPA_PLATFORM=offscreen "$bin/bench_match" "$idle"
 run board env QT_QPA_PLATFORM=offscreen "$bin/bench_board"
 run sound_cues env QT_QPA_PLATFORM=offscreen "$bin/bench_sound_cues" "$idle"
 run computer "$bin/bench_computer"
+run host_open on_x "$bin/bench_host_open" "$runs"
 load_after="$(cut -d' ' -f1-3 /proc/loadavg)"
 # When and under what load the figures were taken, kept with them for BENCH_TABLE_ONLY.
 if [ -n "${BENCH_TABLE_ONLY:-}" ]; then
@@ -77,6 +78,8 @@ meets() {
     if (v !~ /^[0-9.]+$/) print "?"; else if (v + 0 <= limit + 0) print "yes"; else print "no" }'
 }
 
+# ratio A B: A / B to two places; "?" when either is unknown.
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (a ~ /^[0-9.]+$/ && b ~ /^[0-9.]+$/ && b > 0) printf "%.2f", a / b; else print "?" }'; }
 title_median="$(after startup '^title screen +window wholly drawn' median)"
 title_p90="$(after startup '^title screen +window wholly drawn' p90)"
 bare_median="$(after startup '^bare Qt window +window wholly drawn' median)"
@@ -112,10 +115,14 @@ ai_sedang_p99="$(after computer '^move choice sedang' p99)"
 ai_table="$(colon computer '^perfect table filled')"
 ai_mb="$(colon computer '^memory the table added')"
 ai_p99_ms="$(awk -v v="$ai_p99" 'BEGIN { if (v ~ /^[0-9.]+$/) printf "%.4f", v / 1000000; else print "?" }')"
+open_off="$(after host_open 'router not asked' median)"
+open_on="$(after host_open 'router asked' median)"
+open_ratio="$(ratio "$open_on" "$open_off")"
+mapped_p90="$(after host_open 'both ports mapped' p90)"
+mapped_max="$(after host_open 'both ports mapped' max)"
+mapped_mb="$(after host_open 'peak memory once mapped' median)"
 cues_idle="$(awk -F'= ' '/idle CPU over/ { split($2, a, " "); print a[1]; exit }' "$logs/sound_cues.txt")"
 
-# ratio A B: A / B to two places; "?" when either is unknown.
-ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (a ~ /^[0-9.]+$/ && b ~ /^[0-9.]+$/ && b > 0) printf "%.2f", a / b; else print "?" }'; }
 title_ratio="$(ratio "$title_median" "$bare_median")"
 title_mb_ratio="$(ratio "$title_mb" "$bare_mb")"
 us_to_ms() { awk -v v="$1" 'BEGIN { if (v ~ /^[0-9.]+$/) printf "%.2f", v / 1000; else print "?" }'; }
@@ -146,6 +153,9 @@ cat <<EOF
 | in one process: a move from click to the other board, median | $inproc_move µs | — | — |
 | painting the whole board area, median | $board_paint ns | — | — |
 | seven sound cues left idle, CPU | $cues_idle % | — | — |
+| start to the host screen (--host), router asked / not asked, median | $open_on / $open_off ms (× $open_ratio) | unchanged (≤ 1.10 ×) | $(meets "$open_ratio" 1.10) |
+| host screen to both ports mapped, NAT-PMP router on loopback, p90 / max | $mapped_p90 / $mapped_max ms | < 1 s | $(meets "$mapped_max" 999) |
+| host's peak memory once its ports are mapped (VmHWM) | $mapped_mb MB | < 45 MB | $(meets "$mapped_mb" 44.99) |
 | machine | $(nproc) × $cpu_model, $os_name, Qt $qt_version | | |
 | run | $started; load average $load_before before, $load_after after | | |
 EOF

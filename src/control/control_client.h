@@ -30,6 +30,8 @@ public:
     void closeInput();
     // Started (or starting) and not yet ended.
     bool isRunning() const;
+    // The child's process id while it runs, else 0.
+    qint64 processId() const { return m_process.processId(); }
     // After the process ended: its status, or -1 when it crashed or never started.
     int exitCode() const { return m_exitCode; }
     bool hasFinished() const { return m_finished; }
