@@ -41,6 +41,9 @@ QString routerSentence(const PortMapper &mapper, quint16 standardMatchPort)
         return tr("Penyedia internet berbagi satu alamat dengan banyak pelanggan (CGNAT): ") + outside;
     case PortMapper::Outcome::DoubleNat:
         return tr("Ada dua router berurutan (NAT ganda): ") + outside;
+    case PortMapper::Outcome::NoPublicAddress:
+        return tr("Router tidak punya alamat internet sendiri (CGNAT atau router lain di depannya): ")
+               + outside;
     case PortMapper::Outcome::NotReachable:
         return tr("Alamat router di internet (%1) tidak dapat dijangkau: ")
                    .arg(HostAddress::formatIpv4(mapper.externalAddress()))
