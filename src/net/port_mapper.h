@@ -58,7 +58,7 @@ public:
         QByteArray upnpDescription;
         // SSDP discovery always waits this long after the last answer; a router on the LAN
         // answers within milliseconds, and the host hears well within its 3 s.
-        int upnpDiscoverMs = 800;
+        int upnpDiscoverMs = 500;
     };
 
     explicit PortMapper(QObject *parent = nullptr);
