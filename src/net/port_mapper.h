@@ -56,9 +56,10 @@ public:
         // is never sent from a loopback address.
         bool upnp = true;
         QByteArray upnpDescription;
-        // SSDP discovery always waits this long after the last answer; a router on the LAN
-        // answers within milliseconds, and the host hears well within its 3 s.
-        int upnpDiscoverMs = 500;
+        // SSDP discovery waits this long for answers, whatever comes. libminiupnpc waits
+        // 1 s at the least (MX 1: a router may hold its answer back up to a second); more
+        // only delays every UPnP mapping.
+        int upnpDiscoverMs = 1000;
     };
 
     explicit PortMapper(QObject *parent = nullptr);
