@@ -16,7 +16,9 @@ apt=(apt-get -o DPkg::Lock::Timeout=900)
 # (whose service would start on this machine's real interfaces).
 scripts/deps.sh libmnl0 libnftnl11 nftables miniupnpc iproute2 >&2
 
-version_of() { apt-cache showsrc miniupnpd 2>/dev/null | sed -n 's/^Version: //p' | sort -V | tail -n 1 || true; }
+version_of() {
+  apt-cache showsrc miniupnpd 2>/dev/null | sed -n 's/^Version: //p' | sort -V | tail -n 1 || true
+}
 
 version=$(version_of)
 if [ -z "$version" ]; then
@@ -43,7 +45,8 @@ grep -q 'IP(198,  18,   0, 0), MSK(15)' "$table" \
 sed -i 's/IP(198,  18,   0, 0), MSK(15)/IP(198,  18,   0, 0), MSK(16)/' "$table"
 # Debian's own configure line for the nftables package (debian/rules).
 (cd "$src" \
-  && ./configure --igd2 --ipv6 --vendorcfg --pcp-peer --portinuse --leasefile --firewall=nftables >&2 \
+  && ./configure --igd2 --ipv6 --vendorcfg --pcp-peer --portinuse --leasefile \
+       --firewall=nftables >&2 \
   && make -s -j"$(nproc)" -f Makefile.linux_nft miniupnpd >&2)
 mkdir -p "$(dirname "$binary")"
 install -m 0755 "$src/miniupnpd" "$binary.new"

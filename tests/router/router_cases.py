@@ -4,7 +4,6 @@ behind the router as user nobody with the address it finds itself; the registry 
 joiner are on the lab's internet (198.19.0.2).
 """
 
-import os
 import signal
 import time
 
@@ -71,8 +70,8 @@ def mapped_ports(lab, daemon):
 
 def nothing_left(o, lab, daemon, registry, what):
     gone = wait_until(lambda: not mapped_ports(lab, daemon), 5)
-    o.check("kept", gone == True or not mapped_ports(lab, daemon),  # noqa: E712
-            "%s: the router holds no mapping of ours (%s)" % (what, mapped_ports(lab, daemon)))
+    o.check("kept", gone, "%s: the router holds no mapping of ours (%s)"
+            % (what, "none" if gone else mapped_ports(lab, daemon)))
     empty = wait_until(lambda: registry.entries() == [], 5)
     o.check("kept", empty, "%s: the registry holds no entry (%s)" % (what, registry.entries()))
 

@@ -23,7 +23,7 @@ import uuid
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "lan"))
 
-from lan_net import Lan, Machine, ip  # noqa: E402
+from lan_net import Lan, Machine, end_inside, ip  # noqa: E402
 from dorvala_drive import Registry, wait_until  # noqa: E402
 
 ROUTER_LAN = "198.18.0.1"
@@ -188,6 +188,10 @@ class RouterLab(Lan):
     def close(self):
         for daemon in self.daemons:
             daemon.stop()
+        # Whatever still runs inside (Wine's server, a daemon that forked away) ends with
+        # the lab: a namespace that is only unmounted lives on while a process holds it.
+        for machine in self.machines + self.extra:
+            end_inside(machine.netns)
         super().close()
         for machine in self.extra:
             ip("netns", "del", machine.netns, check=False)
