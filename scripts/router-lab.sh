@@ -10,9 +10,9 @@
 #                                                     may bind ports 79 and 1009
 #   scripts/router-lab.sh --program /usr/bin/dorvala  the installed package instead
 #   scripts/router-lab.sh upnp cgnat                  some cases only (upnp natpmp high
-#                                                     norouter cgnat badxml bigxml slowsoap
-#                                                     badsoap reupnp repmp close sigint
-#                                                     sigterm title wine-natpmp)
+#                                                     highup norouter cgnat badxml bigxml
+#                                                     slowsoap badsoap reupnp repmp close
+#                                                     sigint sigterm title wine-natpmp)
 #   ROUTER_NO_BUILD=1 scripts/router-lab.sh           use the program already built
 #   ROUTER_LOGS=DIR scripts/router-lab.sh             keep every program's output in DIR
 #   ROUTER_WINDOWS=DIR scripts/router-lab.sh wine-natpmp

@@ -234,6 +234,8 @@ ROWS = [
     Row("upnp", "UPnP-IGD only", reachable, UPNP),
     Row("natpmp", "NAT-PMP only", reachable, NATPMP),
     Row("high", "allowing ports from 1024 up only", reachable, dict(BOTH, lowest_port=1024)),
+    Row("highup", "UPnP-IGD only, allowing ports from 1024 up only", reachable,
+        dict(UPNP, lowest_port=1024)),
     Row("norouter", "with no miniupnpd running", unreachable, None, says=NO_ROUTER),
     Row("cgnat", "behind a provider's CGNAT (its WAN side 100.64.0.2)", unreachable, BOTH,
         says=CGNAT_SAYS, cgnat=True),
