@@ -12,7 +12,8 @@
 #   scripts/router-lab.sh upnp cgnat                  some cases only (upnp natpmp high
 #                                                     highup norouter cgnat badxml bigxml
 #                                                     slowsoap badsoap reupnp repmp close
-#                                                     sigint sigterm title wine-natpmp)
+#                                                     sigint sigterm title upclose upterm
+#                                                     uptitle wine-natpmp)
 #   ROUTER_NO_BUILD=1 scripts/router-lab.sh           use the program already built
 #   ROUTER_LOGS=DIR scripts/router-lab.sh             keep every program's output in DIR
 #   ROUTER_WINDOWS=DIR scripts/router-lab.sh wine-natpmp

@@ -257,6 +257,13 @@ ROWS = [
         exit_what="SIGTERM"),
     Row("title", "UPnP and NAT-PMP", exit_path, BOTH, exit_how="title",
         exit_what="the host screen closed and the program ended from the setup screen"),
+    # The same through UPnP alone: its removals run on a worker thread.
+    Row("upclose", "UPnP-IGD only", exit_path, UPNP, exit_how="close",
+        exit_what="UPnP only: the host screen closed"),
+    Row("upterm", "UPnP-IGD only", exit_path, UPNP, exit_how=signal.SIGTERM,
+        exit_what="UPnP only: SIGTERM"),
+    Row("uptitle", "UPnP-IGD only", exit_path, UPNP, exit_how="title",
+        exit_what="UPnP only: closed, then the end from the setup screen"),
 ]
 
 
