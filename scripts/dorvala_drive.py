@@ -106,7 +106,8 @@ def short(text, limit=70):
 class Player:
     """One `dorvala --control` process: commands in, answers and events out, in order."""
 
-    EVENT_KINDS = {"screen", "gone", "drawn", "sent", "received", "verdict", "cue", "box"}
+    EVENT_KINDS = {"screen", "gone", "drawn", "sent", "received", "verdict", "cue", "box",
+                   "status"}
 
     def __init__(self, run, label, args, drive, env=None, program=None, as_nobody=False,
                  wrap=()):

@@ -16,26 +16,7 @@
 # Run it as root: it makes network namespaces and gives the copy its file capability.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build="${DORVALA_BUILD_DIR:-build}"
-[ "$(id -u)" -eq 0 ] || { echo "run as root" >&2; exit 1; }
-
-program=()
-if [ "${1:-}" = "--program" ]; then
-  program=(--program "$2")
-  shift 2
-fi
-
-scripts/deps.sh iproute2 libcap2-bin util-linux
-
-if [ ${#program[@]} -eq 0 ]; then
-  if [ -z "${LAN_NO_BUILD:-}" ]; then
-    DORVALA_BUILD_DIR="$build" scripts/build-program.sh
-  fi
-  program=(--stage "$build/bin")
-fi
-
-keep=()
-[ -n "${LAN_LOGS:-}" ] && keep=(--keep "$LAN_LOGS")
-# The fixture removes its namespaces on every way out; these are the programs' own settings.
-unset DORVALA_FTP_URL DORVALA_MATCH_PORT DORVALA_PROBE_PORT DORVALA_DRIVE_C DORVALA_LOCAL_IP
+no_build="${LAN_NO_BUILD:-}" logs="${LAN_LOGS:-}"
+source scripts/lab-common.sh
+# The fixture removes its namespaces on every way out.
 exec /usr/bin/python3 tests/lan/lan_tests.py "${program[@]}" ${keep[@]+"${keep[@]}"} "$@"

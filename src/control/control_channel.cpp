@@ -288,6 +288,8 @@ void ControlChannel::attach(MatchScreen *screen)
         if (cue == QLatin1String("WIN") || cue == QLatin1String("Lose"))
             report(QStringLiteral("verdict"), screen->view()->infox()->text());
     });
+    connect(screen, &MatchScreen::statusShown, this,
+            [this](const QString &sentence) { report(QStringLiteral("status"), sentence); });
     connect(screen, &QObject::destroyed, this,
             [this, name] { report(QStringLiteral("gone"), name); });
     report(QStringLiteral("screen"), name);

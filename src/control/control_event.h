@@ -12,7 +12,8 @@
 //
 // Kinds: screen, gone (a match screen opened / went), drawn ("<cell> <state>", "-" for an
 // empty point), sent and received (a wire message, escaped), verdict (the caption over the
-// board), cue (a sound cue's name), box (a message box's title and text).
+// board), cue (a sound cue's name), box (a message box's title and text), status (a match
+// screen's status line, e.g. what the home router said).
 struct ControlEvent
 {
     QString kind;

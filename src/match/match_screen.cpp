@@ -366,6 +366,7 @@ void MatchScreen::showStatus(const QString &sentence)
 {
     status->setText(sentence);
     status->setToolTip(sentence);
+    emit statusShown(sentence);
 }
 
 QLabel *MatchScreen::label(const char *name, const QString &text, const QRect &geometry)

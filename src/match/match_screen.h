@@ -57,6 +57,8 @@ signals:
     void cued(const QString &name);
     // Closed from the title bar: the unload steps have run; the owner deletes the screen.
     void closed();
+    // The status line now says `sentence` (the router's answer, a score file's trouble).
+    void statusShown(const QString &sentence);
 
 protected:
     MatchScreen(MatchSide side, QWidget *parent);

@@ -23,7 +23,7 @@ PortMapper::PortMapper(QObject *parent)
     m_deadline->setSingleShot(true);
     connect(m_deadline, &QTimer::timeout, this, [this] {
         if (m_outcome == Outcome::Trying)
-            setOutcome(Outcome::NoRouter);
+            setOutcome(failure());
     });
 }
 
@@ -52,6 +52,7 @@ void PortMapper::start(const Config &config)
     m_awaiting = 0;
     m_refusedPort = 0;
     m_external = 0;
+    m_noPublicAddress = false;
     m_protocol = Protocol::None;
     m_openPlace.clear();
     // A host opened again right after closing: the same ports are asked for anew, so the
@@ -96,7 +97,7 @@ void PortMapper::natPmpFailed()
 {
     m_natPmpFailed = true;
     if (m_outcome == Outcome::Trying && (m_protocol == Protocol::NatPmp || !m_upnpPending))
-        setOutcome(Outcome::NoRouter);
+        setOutcome(failure());
 }
 
 void PortMapper::classifyExternal()
@@ -159,6 +160,8 @@ void PortMapper::natPmpReplied(const NatPmp::Reply &reply)
         return;
     if (reply.opcode == NatPmp::OpExternalAddress) {
         if (reply.result != NatPmp::Success) {
+            // The router is there, but the internet side has no address it may give.
+            m_noPublicAddress = m_noPublicAddress || reply.result == NatPmp::NetworkFailure;
             natPmpFailed();
             return;
         }
@@ -223,9 +226,14 @@ void PortMapper::natPmpTimedOut(quint8 opcode, quint16 internalPort)
     // A renewal that got no answer keeps the mappings until their lease ends: try again
     // soon, still open.
     if (m_outcome == Outcome::Open)
-        m_renewTimer->start(RetryRenewMs);
+        m_renewTimer->start(retryMs());
     else if (m_outcome == Outcome::Trying)
         natPmpFailed();
+}
+
+int PortMapper::retryMs() const
+{
+    return int(qBound(qint64(MinRenewMs), qint64(m_config.leaseSeconds) * 250, qint64(RetryRenewMs)));
 }
 
 void PortMapper::requestMappings()

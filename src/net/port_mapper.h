@@ -32,6 +32,7 @@ public:
         SharedAddress,  // the provider shares one address among many (CGNAT)
         DoubleNat,      // the router's own external address is private: a second router
         NotReachable,   // the external address is otherwise reserved
+        NoPublicAddress,  // the router answered that it has no public address to give
     };
     Q_ENUM(Outcome)
 
@@ -55,7 +56,10 @@ public:
         // is never sent from a loopback address.
         bool upnp = true;
         QByteArray upnpDescription;
-        int upnpDiscoverMs = 1500;
+        // SSDP discovery waits this long for answers, whatever comes. libminiupnpc waits
+        // 1 s at the least (MX 1: a router may hold its answer back up to a second); more
+        // only delays every UPnP mapping.
+        int upnpDiscoverMs = 1000;
     };
 
     explicit PortMapper(QObject *parent = nullptr);
@@ -100,10 +104,15 @@ private:
     void natPmpTimedOut(quint8 opcode, quint16 internalPort);
     void requestMappings();
     void renew();
+    // When a renewal got no answer: soon, and before the lease runs out.
+    int retryMs() const;
     int indexOfInternal(quint16 internalPort) const;
     void removalDone();
     void releaseHeld();
     void natPmpFailed();
+    // What the player hears when no protocol could map: no router, or one without an
+    // address of its own on the internet.
+    Outcome failure() const { return m_noPublicAddress ? Outcome::NoPublicAddress : Outcome::NoRouter; }
     void classifyExternal();
     void allMapped();
     // UPnP, in port_mapper_upnp.cpp.
@@ -116,6 +125,7 @@ private:
     UpnpWorker *m_upnp = nullptr;
     Protocol m_protocol = Protocol::None;
     bool m_natPmpFailed = false;
+    bool m_noPublicAddress = false;
     bool m_upnpPending = false;
     QTimer *m_renewTimer;
     QTimer *m_deadline;

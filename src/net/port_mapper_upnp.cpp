@@ -62,11 +62,17 @@ void PortMapper::upnpFind()
             if (generation != m_generation)
                 return;
             m_upnpPending = false;
-            if (m_outcome != Outcome::Trying || m_protocol == Protocol::NatPmp)
+            const bool again = m_outcome == Outcome::Open && m_protocol == Protocol::Upnp;
+            if (again && *result != 0) {
+                m_renewTimer->start(retryMs());
+                return;
+            }
+            if (!again && (m_outcome != Outcome::Trying || m_protocol == Protocol::NatPmp))
                 return;
             if (*result != 0) {
+                m_noPublicAddress = m_noPublicAddress || *result == UpnpGateway::NoExternalAddress;
                 if (m_natPmpFailed)
-                    setOutcome(Outcome::NoRouter);
+                    setOutcome(failure());
                 return;
             }
             m_protocol = Protocol::Upnp;
@@ -93,6 +99,11 @@ void PortMapper::upnpMap()
             for (quint16 &port : r.ports) {
                 quint32 granted = 0;
                 int result = add(gateway, port, client, lease, &granted);
+                if (result < 0) {
+                    // No answer at all: not a refusal (a restarted router listens elsewhere).
+                    r.failure = Outcome::NoRouter;
+                    break;
+                }
                 if (result == UpnpGateway::ConflictInMappingEntry && heldByOther(gateway, port, client)) {
                     r.failure = Outcome::HeldByOther;
                 } else if (result != 0 && port < 1024 && base != 0) {
@@ -125,6 +136,13 @@ void PortMapper::upnpMap()
                 // Stopped, or given up, meanwhile: what this round made goes again.
                 if (!round->leases.isEmpty() && !m_removing)
                     upnpUnmap();
+                return;
+            }
+            if (round->failure == Outcome::NoRouter && m_outcome == Outcome::Open) {
+                // A renewal nobody answered: the router restarted (miniupnpd then takes
+                // another HTTP port) or is away for a while. Find it again and map anew;
+                // what it still holds stands until its lease ends.
+                upnpFind();
                 return;
             }
             if (round->failure != Outcome::Open) {

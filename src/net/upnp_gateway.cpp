@@ -91,6 +91,8 @@ int UpnpGateway::externalAddress(quint32 *ipv4)
     const int result = UPNP_GetExternalIPAddress(d->urls.controlURL, d->data.first.servicetype, text);
     if (result != UPNPCOMMAND_SUCCESS)
         return result;
+    if (text[0] == '\0')
+        return NoExternalAddress;
     // Whatever the router wrote must be a plain dotted address.
     return HostAddress::parseIpv4(QString::fromLatin1(text, qstrnlen(text, sizeof text)), ipv4)
                ? 0

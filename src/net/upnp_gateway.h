@@ -15,6 +15,9 @@ class UpnpGateway
 public:
     static constexpr int ConflictInMappingEntry = 718;
     static constexpr int OnlyPermanentLeasesSupported = 725;
+    // The router answered with an empty external address: it has none that it may give
+    // (miniupnpd says so when its own is private or shared, as behind a provider's CGNAT).
+    static constexpr int NoExternalAddress = -1000;
 
     // Built with libminiupnpc; without it (a Windows build without the static library) every
     // call fails at once and a host maps through NAT-PMP alone.

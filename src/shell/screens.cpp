@@ -226,6 +226,11 @@ void Screens::host_Opened(const QString &localAddress)
         config.router = QHostAddress(named.ipv4());
         config.natPmpPort = named.matchPort();
     }
+    // Test labs shorten the lease to see a renewal within a match.
+    bool leaseGiven = false;
+    const uint lease = qEnvironmentVariable("DORVALA_ROUTER_LEASE").toUInt(&leaseGiven);
+    if (leaseGiven && lease > 0)
+        config.leaseSeconds = lease;
     m_mapper->start(config);
     if (m_host)
         m_host->showRouter(*m_mapper);

@@ -1,5 +1,6 @@
 #include "control/control_actions.h"
 #include "control/control_channel.h"
+#include "match/host_screen.h"
 #include "shell/screens.h"
 
 
@@ -9,6 +10,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QStandardPaths>
 #include <QtTest>
@@ -122,6 +124,16 @@ private slots:
         QCOMPARE(m_host.command("click A1"), QStringLiteral("ok click A1 trans"));
         QVERIFY(m_host.events("sent").isEmpty());
         QCOMPARE(m_host.state().value("cells").toObject().value("A1").toString(), QString());
+    }
+
+    void statusLineIsReported()
+    {
+        // Labs read the router's answer from this event; any sentence on the line travels.
+        QCOMPARE(m_host.command("chat halo"), QStringLiteral("ok chat"));
+        QCOMPARE(m_host.events("status").value(0), QStringLiteral("Belum terhubung: pesan tidak terkirim."));
+        QCOMPARE(m_host.state().value("status").toString(), m_host.events("status").value(0));
+        // The unsent line stays in the box, as the player left it; the rows below start empty.
+        m_host.screens->host()->findChild<QLineEdit *>(QStringLiteral("Text1"))->clear();
     }
 
     void joinerConnectsAndNamesCross()

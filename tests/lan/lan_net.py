@@ -14,6 +14,7 @@ import glob
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -33,13 +34,24 @@ def ip(*args, check=True):
                           stderr=subprocess.PIPE, text=True).stdout
 
 
+def end_inside(netns):
+    """Ends every process still inside a namespace (a daemon, Wine's server): a namespace
+    that is only unmounted lives on while a process holds it."""
+    for pid in ip("netns", "pids", netns, check=False).split():
+        try:
+            os.kill(int(pid), signal.SIGKILL)
+        except (OSError, ValueError):
+            pass
+
+
 def remove_stale():
     """Namespaces left by a run that was killed outright (the programs in them end with
-    their director: their input closes)."""
+    their director: their input closes; anything else is ended here)."""
     for line in ip("netns", "list").splitlines():
         name = line.split()[0] if line.split() else ""
         digits = re.match(PREFIX + r"(\d+)", name)
         if digits and not os.path.exists("/proc/" + digits.group(1)):
+            end_inside(name)
             ip("netns", "del", name, check=False)
 
 

@@ -45,14 +45,20 @@ def run_case(ctx, number, name, what, case):
     return outcome
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+def arguments(description):
+    """The labs' command line: the program, a folder for the logs, the cases to run."""
+    parser = argparse.ArgumentParser(description=description)
     source = parser.add_mutually_exclusive_group(required=True)
     source.add_argument("--program", help="the program to run, e.g. /usr/bin/dorvala")
     source.add_argument("--stage", help="a build's bin folder to copy and give the capability")
     parser.add_argument("--keep", help="keep every program's output in this folder")
     parser.add_argument("cases", nargs="*", help="names of the cases (all by default)")
-    args = parser.parse_args()
+    return parser
+
+
+def run_lab(args, cases, title, prepare=None):
+    """Runs the chosen cases of a table, then prints the Markdown table and the count; with
+    `prepare`, the context is handed to it first. The exit status."""
     if os.geteuid() != 0:
         sys.exit("run as root: the machines are network namespaces")
     if args.program and not os.access(args.program, os.X_OK):
@@ -69,7 +75,9 @@ def main():
         program = args.program or stage_program(os.path.abspath(args.stage),
                                                 os.path.join(work, "program"))
         ctx = Context(program, work)
-        for number, (name, what, case) in enumerate(CASES, 1):
+        if prepare:
+            prepare(ctx)
+        for number, (name, what, case) in enumerate(cases, 1):
             if not args.cases or name in args.cases:
                 outcomes.append(run_case(ctx, "%d" % number, name, what, case))
     finally:
@@ -83,9 +91,13 @@ def main():
         print(outcome.markdown())
     print()
     failed = sum(bool(o.failures) for o in outcomes)
-    print("LAN cases in %.0f s" % (time.monotonic() - began))
+    print("%s in %.0f s" % (title, time.monotonic() - began))
     print("%d passed, %d failed" % (len(outcomes) - failed, failed))
     return 1 if failed else 0
+
+
+def main():
+    return run_lab(arguments(__doc__.split("\n")[0]).parse_args(), CASES, "LAN cases")
 
 
 if __name__ == "__main__":

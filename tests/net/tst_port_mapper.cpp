@@ -51,6 +51,7 @@ private slots:
     void stopRemovesEveryMapping_data();
     void stopRemovesEveryMapping();
     void mapsAgainAfterRouterRestart();
+    void upnpMapsAgainAfterRouterRestart();
 };
 
 void TstPortMapper::outcome_data()
@@ -92,6 +93,9 @@ void TstPortMapper::outcome_data()
     QTest::newRow("reserved outside the lab's range") << Mode::Answer << ip("198.18.0.1") << quint16(41009)
                                                       << quint16(40079) << quint16(0) << high
                                                       << Outcome::NotReachable << quint16(0) << 0 << quint16(0) << quint16(0);
+    QTest::newRow("no address of its own") << Mode::NoAddress << lab << quint16(41009) << quint16(40079) << quint16(0)
+                                           << high << Outcome::NoPublicAddress << quint16(0) << 0 << quint16(0)
+                                           << quint16(0);
     QTest::newRow("silent router") << Mode::Silent << lab << quint16(41009) << quint16(40079) << quint16(0)
                                    << high << Outcome::NoRouter << quint16(0) << 0 << quint16(0) << quint16(0);
     QTest::newRow("short replies") << Mode::Short << lab << quint16(41009) << quint16(40079) << quint16(0)
@@ -173,6 +177,9 @@ void TstPortMapper::upnp_data()
     QTest::newRow("CGNAT") << Igd::Answer << QByteArray("100.64.0.7") << false << quint16(0) << QByteArray()
                            << quint16(41009) << quint16(40079) << Outcome::SharedAddress << quint16(0)
                            << QList<quint16>{} << 0u;
+    QTest::newRow("no address of its own") << Igd::Answer << QByteArray() << false << quint16(0) << QByteArray()
+                                           << quint16(41009) << quint16(40079) << Outcome::NoPublicAddress
+                                           << quint16(0) << QList<quint16>{} << 0u;
     QTest::newRow("garbage description") << Igd::GarbageDescription << lab << false << quint16(0) << QByteArray()
                                          << quint16(41009) << quint16(40079) << Outcome::NoRouter << quint16(0)
                                          << QList<quint16>{} << 0u;
@@ -317,6 +324,33 @@ void TstPortMapper::mapsAgainAfterRouterRestart()
     QCOMPARE(mapper.outcome(), Outcome::Open);
     QCOMPARE(mapper.externalMatchPort(), quint16(41010));
     QCOMPARE(mapper.externalProbePort(), quint16(40080));
+}
+
+void TstPortMapper::upnpMapsAgainAfterRouterRestart()
+{
+    if (!UpnpGateway::available())
+        QSKIP("built without libminiupnpc: this program maps its ports through NAT-PMP alone");
+    FakeIgd igd;
+    PortMapper::Config config;
+    config.localAddress = QHostAddress::LocalHost;
+    config.matchPort = 41009;
+    config.probePort = 40079;
+    config.natPmp = false;
+    config.leaseSeconds = 2;  // renewal every second
+    config.upnpDescription = igd.descriptionUrl();
+    config.publicNets = parseNetList(u"198.19.0.0/16");
+    PortMapper mapper;
+    mapper.start(config);
+    QTRY_COMPARE(mapper.outcome(), Outcome::Open);
+    // Away across a renewal or two: no answer is no refusal, and nothing is given up.
+    igd.switchOff();
+    QTest::qWait(2500);
+    QCOMPARE(mapper.outcome(), Outcome::Open);
+    // Back with nothing mapped: the next renewal maps again.
+    QVERIFY(igd.switchOn());
+    QTRY_COMPARE_WITH_TIMEOUT(int(igd.mappings.size()), 2, 4000);
+    QCOMPARE(mapper.outcome(), Outcome::Open);
+    QCOMPARE(igd.mappings.value(41009).client, QByteArray("127.0.0.1"));
 }
 
 QTEST_GUILESS_MAIN(TstPortMapper)

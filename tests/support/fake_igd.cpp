@@ -61,15 +61,27 @@ FakeIgd::FakeIgd(QObject *parent)
     : QObject(parent)
 {
     m_server.listen(QHostAddress::LocalHost, 0);
+    m_port = m_server.serverPort();
     connect(&m_server, &QTcpServer::newConnection, this, [this] {
         while (QTcpSocket *socket = m_server.nextPendingConnection())
             serve(socket);
     });
 }
 
+void FakeIgd::switchOff()
+{
+    m_server.close();
+    mappings.clear();
+}
+
+bool FakeIgd::switchOn()
+{
+    return m_server.listen(QHostAddress::LocalHost, m_port);
+}
+
 QByteArray FakeIgd::descriptionUrl() const
 {
-    return "http://127.0.0.1:" + QByteArray::number(m_server.serverPort()) + "/rootDesc.xml";
+    return "http://127.0.0.1:" + QByteArray::number(m_port) + "/rootDesc.xml";
 }
 
 void FakeIgd::serve(QTcpSocket *socket)

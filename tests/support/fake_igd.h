@@ -38,9 +38,15 @@ public:
     };
     QHash<quint16, Mapping> mappings;  // by external port
 
+    // Switched off: nothing listens, and every mapping is forgotten. On again at the same
+    // address, as a router after a restart.
+    void switchOff();
+    bool switchOn();
+
 private:
     void serve(QTcpSocket *socket);
     QByteArray answer(const QByteArray &head, const QByteArray &body);
 
     QTcpServer m_server;
+    quint16 m_port = 0;
 };

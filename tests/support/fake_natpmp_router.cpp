@@ -63,8 +63,9 @@ QByteArray FakeNatPmpRouter::answer(const QByteArray &request)
     const quint8 opcode = quint8(request[1]);
     QByteArray reply;
     if (opcode == 0) {
-        reply = header(0, 0, epoch, 12);
-        qToBigEndian<quint32>(externalAddress, reply.data() + 8);
+        const bool none = mode == Mode::NoAddress;
+        reply = header(0, none ? 3 : 0, epoch, 12);
+        qToBigEndian<quint32>(none ? 0 : externalAddress, reply.data() + 8);
     } else if ((opcode == 1 || opcode == 2) && request.size() >= 12) {
         quint16 internal = qFromBigEndian<quint16>(request.constData() + 4);
         const quint16 suggested = qFromBigEndian<quint16>(request.constData() + 6);

@@ -23,6 +23,7 @@ public:
         OtherInternalPort,  // a mapping reply for a port nobody asked
         ShortRefusal,    // refusals of 8 bytes, as the RFC allows
         MapSilently,     // makes and removes mappings, but its mapping replies never come
+        NoAddress,       // no external address to give (result 3), as behind a CGNAT
     };
 
     explicit FakeNatPmpRouter(QObject *parent = nullptr);
