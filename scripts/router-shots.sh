@@ -25,14 +25,16 @@ unset DORVALA_FTP_URL
 #   router.py EXTERNAL REFUSE_BELOW   (REFUSE_BELOW 65536: every port refused; 0: none)
 cat > "$work/router.py" <<'PY'
 import socket, struct, sys
-external, refuse_below = socket.inet_aton(sys.argv[1]), int(sys.argv[2])
+# An external address of "none": the router has none of its own (result 3, network failure).
+none = sys.argv[1] == "none"
+external, refuse_below = socket.inet_aton("0.0.0.0" if none else sys.argv[1]), int(sys.argv[2])
 s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
 s.bind(("127.0.0.1", 0))
 print("READY", s.getsockname()[1], flush=True)
 while True:
     data, peer = s.recvfrom(64)
     if len(data) == 2 and data == b"\0\0":
-        s.sendto(struct.pack(">BBHI", 0, 128, 0, 100) + external, peer)
+        s.sendto(struct.pack(">BBHI", 0, 128, 3 if none else 0, 100) + external, peer)
     elif len(data) == 12 and data[0] == 0 and data[1] in (1, 2):
         internal, suggested, lifetime = struct.unpack(">HHI", data[4:12])
         result = 2 if internal < refuse_below and lifetime else 0
@@ -47,6 +49,7 @@ shots=(
   "router_refused 198.19.0.7 65536"
   "router_cgnat 100.64.0.9 0"
   "router_double_nat 192.168.1.1 0"
+  "router_no_public none 0"
   "router_none - 0"
 )
 lines=()

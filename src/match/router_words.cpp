@@ -43,8 +43,8 @@ QString routerSentence(const PortMapper &mapper, quint16 standardMatchPort)
     case PortMapper::Outcome::DoubleNat:
         return tr("Ada dua router berurutan (NAT ganda): ") + outside;
     case PortMapper::Outcome::NoPublicAddress:
-        return tr("Router tidak punya alamat internet sendiri (CGNAT atau router lain di depannya): ")
-               + outside;
+        // Behind a provider's shared address or a second router: the router cannot tell which.
+        return tr("Router tidak punya alamat internet sendiri (CGNAT): ") + outside;
     case PortMapper::Outcome::NotReachable:
         return tr("Alamat router (%1) tidak dapat dijangkau dari internet.")
             .arg(HostAddress::formatIpv4(mapper.externalAddress()));
