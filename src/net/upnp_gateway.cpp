@@ -1,6 +1,9 @@
 #include "upnp_gateway.h"
 
 #include "net/host_address.h"
+#include "net/ssdp_search.h"
+
+#include <QHostAddress>
 
 #ifdef DORVALA_HAVE_MINIUPNPC
 #include <miniupnpc/miniupnpc.h>
@@ -59,18 +62,9 @@ bool UpnpGateway::isOpen() const
 bool UpnpGateway::discover(const QByteArray &localAddress, int waitMs)
 {
     d->close();
-    int error = 0;
-    UPNPDev *devices = upnpDiscover(waitMs, localAddress.constData(), nullptr, 0, 0, 2, &error);
-    if (!devices)
-        return false;
-    const int found = UPNP_GetValidIGD(devices, &d->urls, &d->data, d->lanAddress, sizeof d->lanAddress);
-    freeUPNPDevlist(devices);
-    // 1: a connected IGD; 2: one that says it is not connected (its answers tell more);
-    // 3: some other UPnP device.
-    d->open = found == 1 || found == 2;
-    if (found != 0 && !d->open)
-        FreeUPNPUrls(&d->urls);
-    return d->open;
+    // The first gateway to answer is the one used, at once: a home network has one.
+    const QByteArray location = Ssdp::searchFirst(QHostAddress(QString::fromLatin1(localAddress)), waitMs);
+    return !location.isEmpty() && openDescription(location);
 }
 
 bool UpnpGateway::openDescription(const QByteArray &url)

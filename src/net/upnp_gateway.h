@@ -29,7 +29,7 @@ public:
     UpnpGateway &operator=(const UpnpGateway &) = delete;
 
     // SSDP on the network of `localAddress` (multicast: only ever from a real LAN or a lab's
-    // namespace, never from loopback), waiting `waitMs` for answers.
+    // namespace, never from loopback): the first gateway to answer within `waitMs`.
     bool discover(const QByteArray &localAddress, int waitMs);
     // A router whose description is known (labs and tests skip the discovery).
     bool openDescription(const QByteArray &url);
