@@ -11,3 +11,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# Our own libraries built for Windows (scripts/windows/build-miniupnpc.sh) lie outside MinGW's
+# root: each prefix named in CMAKE_PREFIX_PATH is a root of its own, so that find_package()
+# looks into it as it is instead of under /usr/x86_64-w64-mingw32.
+list(APPEND CMAKE_FIND_ROOT_PATH ${CMAKE_PREFIX_PATH})

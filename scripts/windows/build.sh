@@ -15,13 +15,15 @@ start=$SECONDS
 apt_install g++-mingw-w64-x86-64-posix cmake ninja-build qt6-base-dev qt6-base-dev-tools nsis zip
 mingw_alternatives
 "$repo/scripts/windows/build-qt.sh"
+# libminiupnpc, linked in statically: the host asks the router over UPnP-IGD as on Linux.
+miniupnpc_dir=$("$repo/scripts/windows/build-miniupnpc.sh")
 
 werror=OFF
 [ -n "${CI:-}" ] && werror=ON
 # Qt's own wrapper finds its relocated tree; it chains our toolchain file for the compilers.
 mkdir -p "$build_dir"
 "$qt_dir/bin/qt-cmake" -S "$repo" -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-  -DQT_CHAINLOAD_TOOLCHAIN_FILE="$repo/cmake/mingw-w64.cmake" \
+  -DQT_CHAINLOAD_TOOLCHAIN_FILE="$repo/cmake/mingw-w64.cmake" -DCMAKE_PREFIX_PATH="$miniupnpc_dir" \
   -DDORVALA_TESTS=$tests -DDORVALA_BENCH=OFF -DDORVALA_WERROR="$werror" \
   > "$build_dir/configure.log" 2>&1 || { cat "$build_dir/configure.log"; exit 1; }
 ninja -C "$build_dir"

@@ -5,6 +5,7 @@
 #include "platform/ftp_transfer.h"
 #include "platform/picture_store.h"
 #include "platform/screen_font.h"
+#include "platform/socket_library.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -32,6 +33,8 @@ int main(int argc, char *argv[])
     if (!options.demo.isEmpty() && !hasWindowSystem() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
+    // Before the router's UPnP worker can start: libminiupnpc makes its sockets itself.
+    SocketLibrary::start();
     QApplication app(argc, argv);
     // The title's splash is the largest picture before the first frame: decoded beside the
     // rest of the start, on the other core.
