@@ -9,7 +9,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 cache="${XDG_CACHE_HOME:-$HOME/.cache}/dorvala"
-sources=/etc/apt/sources.list.d/dorvala-deb-src.sources
 apt=(apt-get -o DPkg::Lock::Timeout=900)
 
 # Running it needs only its libraries and the tools around it, never the package itself
@@ -20,13 +19,8 @@ version_of() {
   apt-cache showsrc miniupnpd 2>/dev/null | sed -n 's/^Version: //p' | sort -V | tail -n 1 || true
 }
 
+scripts/debian-sources.sh miniupnpd
 version=$(version_of)
-if [ -z "$version" ]; then
-  # Source entries beside the binary ones, same archives and suites.
-  sed -e 's/^Types: deb$/Types: deb-src/' /etc/apt/sources.list.d/debian.sources > "$sources"
-  "${apt[@]}" update -qq >&2
-  version=$(version_of)
-fi
 [ -n "$version" ] || { echo "no source package miniupnpd" >&2; exit 1; }
 binary="$cache/miniupnpd-$version-bench16/miniupnpd"
 if [ -x "$binary" ]; then

@@ -14,19 +14,7 @@ exec 3>&1 1>&2
 apt_install g++-mingw-w64-x86-64-posix cmake ninja-build dpkg-dev
 mingw_alternatives
 
-# Debian's sources from the machine's own mirrors. The file's name and content are shared
-# with the other scripts that build from Debian's sources (the router lab's miniupnpd): the
-# machine's deb entries with deb-src in their place.
-sources=/etc/apt/sources.list.d/debian-src.sources
-if ! apt-cache showsrc miniupnpc 2>/dev/null | grep -q '^Version:'; then
-  [ "$(id -u)" -eq 0 ] || { echo "no deb-src entry for miniupnpc; add one as root" >&2; exit 1; }
-  if [ ! -f "$sources" ]; then
-    grep -v '^#' /etc/apt/sources.list.d/debian.sources \
-      | sed 's/^Types: deb$/Types: deb-src/' > "$sources.tmp"
-    mv "$sources.tmp" "$sources"
-  fi
-  apt-get -o DPkg::Lock::Timeout=900 update -qq
-fi
+"$(dirname "$0")/../debian-sources.sh" miniupnpc
 version=$(apt-cache showsrc miniupnpc | sed -n 's/^Version: //p' | sort -V | tail -1)
 [ -n "$version" ] || { echo "Debian has no miniupnpc source here" >&2; exit 1; }
 
