@@ -13,7 +13,7 @@
 #                                                     highup norouter cgnat badxml bigxml
 #                                                     slowsoap badsoap reupnp repmp close
 #                                                     sigint sigterm title upclose upterm
-#                                                     uptitle wine-natpmp)
+#                                                     uptitle wine-natpmp wine-upnp)
 #   ROUTER_NO_BUILD=1 scripts/router-lab.sh           use the program already built
 #   ROUTER_LOGS=DIR scripts/router-lab.sh             keep every program's output in DIR
 #   ROUTER_WINDOWS=DIR scripts/router-lab.sh wine-natpmp

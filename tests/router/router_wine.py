@@ -1,15 +1,12 @@
 """The Windows program under Wine as the host behind the lab's router, a Linux joiner on the
 internet. Wine's server is started inside the home namespace first, so that the program's
-sockets (SSDP, NAT-PMP, the match port) live there. One row per router; the Windows build
-maps through NAT-PMP alone until it carries miniupnpc, so its UPnP row is still to come:
-    Row("wine-upnp", "UPnP-IGD only, Windows host", windows, UPNP),
-Runs when ROUTER_WINDOWS names a folder holding dorvala.exe with its DLLs.
+sockets (SSDP, NAT-PMP, the match port) live there. One row per router. Runs when ROUTER_WINDOWS names a folder holding dorvala.exe with its DLLs.
 """
 
 import os
 import subprocess
 
-from router_cases import NATPMP, Row, case_of, reachable
+from router_cases import NATPMP, UPNP, Row, case_of, reachable
 from lan_wine import WINDOWS_START_S, WINE_PREFIX_SCRIPT, wine64, windows_player
 
 
@@ -37,6 +34,7 @@ def windows(ctx, o, row):
 
 ROWS = [
     Row("wine-natpmp", "NAT-PMP only, Windows host under Wine", windows, NATPMP),
+    Row("wine-upnp", "UPnP-IGD only, Windows host under Wine", windows, UPNP),
 ]
 
 CASES = [(row.name, "router %s" % row.what, case_of(row)) for row in ROWS] \
