@@ -129,13 +129,6 @@ private:
     QHash<QString, int> m_memo;
 };
 
-States statesOf(const char *text)
-{
-    const std::optional<States> states = Board::parse(QString::fromLatin1(text));
-    Q_ASSERT(states);
-    return *states;
-}
-
 // One game between two choosers (nullptr: uniformly random) from the empty board; the
 // first moves first. The points of the deciding pattern for the first (negative: second).
 int playGame(MoveChooser *first, MoveChooser *second, QRandomGenerator &random)
@@ -217,6 +210,9 @@ private slots:
             << "XO./O.O/XO." << "X" << QList<int>{Cell::indexOf(u"B2")};
         // Every other point loses at once.
         QTest::newRow("the only block") << "O.X/.XO/..." << "O" << QList<int>{Cell::indexOf(u"A3")};
+        // The scored column A counts for nobody (no diagonal through A3 for O); only the
+        // block of X's column C is left.
+        QTest::newRow("scored pieces block") << "oX./oOX/o.X" << "O" << QList<int>{Cell::indexOf(u"C1")};
     }
 
     void bestMoves()
@@ -226,15 +222,6 @@ private slots:
         QFETCH(QList<int>, expected);
         const Position position = Position::fromStates(*Board::parse(board), computer);
         QCOMPARE(PerfectPlay::bestMoves(position), expected);
-    }
-
-    void scoredPiecesBlock()
-    {
-        // The scored column A counts for nobody (no diagonal through A3 for O); only the
-        // block of X's column C is left.
-        const Position position = Position::fromStates(statesOf("oX./oOX/o.X"), CellState::o());
-        QCOMPARE(position.blocked, quint16(0b000000111));
-        QCOMPARE(PerfectPlay::bestMoves(position), QList<int>{Cell::indexOf(u"C1")});
     }
 
     void sedangTakesAndBlocks_data()

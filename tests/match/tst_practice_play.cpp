@@ -1,4 +1,3 @@
-#include "ai/perfect_play.h"
 #include "board/board_view.h"
 #include "match/practice_screen.h"
 #include "match/match_socket.h"
@@ -9,6 +8,7 @@
 
 #include "support/match_env.h"
 #include "support/match_fixture.h"
+#include "support/worst_point.h"
 
 #include <QFile>
 #include <QLabel>
@@ -17,29 +17,6 @@
 #include <QTest>
 
 using F = MatchFixture;
-
-namespace {
-
-// The free point that is worst for the player, by the full search: a player who always
-// takes it loses to the perfect computer, whatever that one picks among its equals.
-QString worstPoint(const MatchModel &model)
-{
-    const Position position = Position::fromStates(model.board().states(), model.XO());
-    int worst = -1;
-    int worstValue = 1000;
-    for (int cell = 0; cell < Cell::Count; ++cell) {
-        if (!position.isFree(cell))
-            continue;
-        const int value = PerfectPlay::valueOf(position, cell);
-        if (value < worstValue) {
-            worstValue = value;
-            worst = cell;
-        }
-    }
-    return Cell::name(worst);
-}
-
-} // namespace
 
 // A practice game through the screen as a player meets it: clicks on the points, the
 // computer's answers, the verdict, the restart, and the totals kept apart from the score
@@ -93,7 +70,7 @@ private slots:
             QCoreApplication::processEvents();
             if (model->game() == MatchModel::Game::Decided)
                 break;
-            const QString cell = worstPoint(*model);
+            const QString cell = Cell::name(worstPoint(*model));
             F::clickPoint(&screen, cell);
             QCOMPARE(F::state(&screen, cell), QString::fromLatin1(ownMark(screen.side())));
             QTRY_VERIFY(!model->isLocked() || model->game() == MatchModel::Game::Decided);

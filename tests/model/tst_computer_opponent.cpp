@@ -1,31 +1,14 @@
-#include "ai/perfect_play.h"
 #include "model/computer_opponent.h"
 #include "model/match_model.h"
 #include "model/practice_totals.h"
 #include "model/wire_peer.h"
 #include "rules/cell.h"
+#include "support/worst_point.h"
 
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-
-namespace {
-
-// The player's worst free point by the full search: the perfect computer then wins.
-int worstPoint(const MatchModel &model)
-{
-    const Position position = Position::fromStates(model.board().states(), model.XO());
-    int worst = -1;
-    for (int cell = 0; cell < Cell::Count; ++cell) {
-        if (position.isFree(cell)
-            && (worst < 0 || PerfectPlay::valueOf(position, cell) < PerfectPlay::valueOf(position, worst)))
-            worst = cell;
-    }
-    return worst;
-}
-
-} // namespace
 
 // The opponent seam from the model's side: the network peer's typed calls become the same
 // wire messages as ever; the computer plays when the board waits for it and never else;
