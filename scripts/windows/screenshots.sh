@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Screenshots of the Windows program under Wine (the windows platform, on Xvfb) into
-# docs/screenshots/windows-*.png: the title screen, the setup screen after "Mulai", and a
-# match in progress (the Windows program hosts, the Linux program joins offscreen). Needs
+# docs/screenshots/windows-*.png: the title screen, the setup screen after "Mulai", its
+# settings screen, and a match in progress (the Windows program hosts, the Linux program
+# joins offscreen). Needs
 # dist/windows/dorvala (scripts/windows/build.sh) and build/bin/dorvala (scripts/build.sh).
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
@@ -43,6 +44,10 @@ shot() { sleep "$2"; import -window "$(window "$1")" "$out/$3"; echo "  $out/$3"
 shot "^Dorvala Online$" 8 windows-title.png
 xdotool mousemove --window "$(window "^Dorvala Online$")" 70 380 click 1
 shot "Login Dorvala Online" 3 windows-setup.png
+# Its "Pengaturan": the settings screen, kept by Windows in the user's registry.
+xdotool mousemove --window "$(window "Login Dorvala Online")" 60 326 click 1
+shot "Pengaturan Dorvala Online" 3 windows-settings.png
+xdotool search --name "Pengaturan Dorvala Online" windowclose 2>/dev/null || true
 xdotool search --name "Login Dorvala Online" windowclose 2>/dev/null || true
 "$(dirname "$wine")/wineserver" -k || true
 "$(dirname "$wine")/wineserver" -w || true
