@@ -37,9 +37,12 @@ int main(int argc, char *argv[])
     SocketLibrary::start();
     QApplication app(argc, argv);
     // The title's splash is the largest picture before the first frame: decoded beside the
-    // rest of the start, on the other core.
+    // rest of the start, on the other core. Not on Windows: there the windows platform's own
+    // start raced the decoder's plugin loading and crashed under Wine.
+#ifndef Q_OS_WIN
     if (options.demo.isEmpty() && !options.computer)
         PictureStore::decodeAhead(QStringLiteral("DK"));
+#endif
     ScreenFont::settle();
 
     QApplication::setWindowIcon(QIcon(PictureStore::picture(QStringLiteral("Icon"))));
