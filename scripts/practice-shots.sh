@@ -4,18 +4,10 @@
 # Runs under Xvfb; the setup screen's registry is a local one on loopback, the practice
 # game uses no network at all.
 set -euo pipefail
-cd "$(dirname "$0")/.."
-bin="$(realpath "${DORVALA_BUILD_DIR:-build}/bin/dorvala")"
-out="$(realpath -m "${1:-docs/screenshots}")"
-mkdir -p "$out"
-if [ -z "${SHOTS_INNER:-}" ]; then
-  exec env SHOTS_INNER=1 xvfb-run -a -s "-screen 0 1000x560x24" "$0" "$@"
-fi
-
-work=$(mktemp -d)
-trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
-mkdir -p "$work/reg" "$work/c" "$work/data"
-export DORVALA_LOCAL_IP=127.0.0.1 DORVALA_DRIVE_C="$work/c" XDG_DATA_HOME="$work/data"
+source "$(dirname "$0")/shots-common.sh"
+shots_start 1000x560 "$@"
+mkdir -p "$work/reg" "$work/data"
+export XDG_DATA_HOME="$work/data"
 window() { xdotool search --sync --name "$1" | head -1; }
 
 # The setup screen: title "Mulai", then the practice picture.

@@ -6,18 +6,10 @@
 # (DORVALA_ROUTER points the host at it); 198.19.0.0/16 counts as the internet. Runs under
 # Xvfb, with no registry: the host opens from --host.
 set -euo pipefail
-cd "$(dirname "$0")/.."
-bin="$(realpath "${DORVALA_BUILD_DIR:-build}/bin/dorvala")"
-out="$(realpath -m "${1:-docs/screenshots}")"
-mkdir -p "$out"
-if [ -z "${SHOTS_INNER:-}" ]; then
-  exec env SHOTS_INNER=1 xvfb-run -a -s "-screen 0 700x560x24" "$0" "$@"
-fi
-
-work=$(mktemp -d)
-trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
-mkdir -p "$work/c" "$work/config"
-export DORVALA_LOCAL_IP=127.0.0.1 DORVALA_DRIVE_C="$work/c" XDG_CONFIG_HOME="$work/config"
+source "$(dirname "$0")/shots-common.sh"
+shots_start 700x560 "$@"
+mkdir -p "$work/config"
+export XDG_CONFIG_HOME="$work/config"
 export DORVALA_PUBLIC_NETS=198.19.0.0/16 DORVALA_LAN_PORT=0
 unset DORVALA_FTP_URL
 
